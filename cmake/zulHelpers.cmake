@@ -1,0 +1,25 @@
+# Small helpers shared by the zul build.
+
+# Compiles every public header on its own in a translation unit of its own, so that a
+# header which forgets an include breaks the build instead of a user's.
+function(zul_check_headers_compile lib headers)
+    set(dir "${CMAKE_BINARY_DIR}/header_check")
+    set(sources "")
+    foreach(h ${headers})
+        file(RELATIVE_PATH rel "${CMAKE_SOURCE_DIR}" "${h}")
+        string(MAKE_C_IDENTIFIER "${rel}" id)
+        set(src "${dir}/${id}.cpp")
+        set(content "#include <${rel}>\n")
+        if(EXISTS "${src}")
+            file(READ "${src}" old)
+        else()
+            set(old "")
+        endif()
+        if(NOT old STREQUAL content)
+            file(WRITE "${src}" "${content}")
+        endif()
+        list(APPEND sources "${src}")
+    endforeach()
+    add_library(zul_header_check OBJECT ${sources})
+    target_link_libraries(zul_header_check PRIVATE ${lib} zul_options)
+endfunction()

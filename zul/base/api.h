@@ -1,0 +1,5 @@
+// Export macro of libzul.so. The library builds with hidden visibility; what is public
+// carries ZUL_API so that it (and its type information) is exported from the .so.
+#pragma once
+
+#define ZUL_API __attribute__((visibility("default")))
