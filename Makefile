@@ -28,6 +28,13 @@ bench: deps
 	@cmake --build $(BUILD)-bench -j $(JOBS)
 	@bash scripts/run-bench.sh $(BUILD)-bench
 
+FUZZ_SECONDS ?= 60
+fuzz: deps
+	@CXX=clang++ cmake -S . -B $(BUILD)-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+		-DZUL_BUILD_FUZZ=ON -DZUL_BUILD_TESTS=OFF -DZUL_SANITIZE=address,undefined >/dev/null
+	@cmake --build $(BUILD)-fuzz -j $(JOBS)
+	@bash scripts/run-fuzz.sh $(BUILD)-fuzz $(FUZZ_SECONDS)
+
 install: build
 	@cmake --install $(BUILD)
 
