@@ -4,7 +4,10 @@
 #include <iostream>
 
 int main() {
-    zul::String s(zul::istr("answer=42", 6));
-    std::cout << s << std::endl;
-    return s == "answer" ? 0 : 1;
+    zul::String s(zul::istr("answer=42", 7));
+    s += 42;
+    int back = 0;
+    const bool read = zul::String(zul::istr(s).removeLeft(7)) >> back;
+    std::cout << s << " -> " << back << std::endl;
+    return s == "answer=42" && read && back == 42 ? 0 : 1;
 }

@@ -1,0 +1,174 @@
+// Character, memory and small helpers: bounded C strings, null-tolerant memory copies,
+// character classes and printable names, error texts, network byte order.
+#pragma once
+
+#include <ace/INET_Addr.h>
+#include <zul/base/api.h>
+#include <zul/base/base_type_string.h>
+
+#include <cstddef>
+#include <iosfwd>
+#include <string>
+
+namespace zul {
+
+// ---- Bounded NUL-terminated strings (a bound of istr::npos means: no bound) -------------
+
+/// Characters before the first NUL, at most `n`; 0 for a null pointer or n == 0.
+ZUL_API size_t StrLenN(const char* p, size_t n);
+
+/// Copies `n` characters of `src` (all of it for npos; none for null) into `dst`, which
+/// needs room for them and a terminator. Returns `dst`; null `dst` returns null.
+ZUL_API char* StrCopy(char* dst, const char* src, size_t n = istr::npos);
+
+/// Compares at most `n` characters; a null or empty text sorts before any other text and
+/// equals another empty one. The same pointer twice compares equal.
+ZUL_API int StrCmp(const char* a, const char* b, size_t n = istr::npos, bool ignoreCase = false);
+
+/// Compares two non-null texts with no null checks (strcmp/strncmp, or a case-blind walk).
+ZUL_API int StrCmpUnsafe(const char* a, const char* b, size_t n, bool ignoreCase);
+
+/// Compares at most `n` characters of two views; views at the same address are equal
+/// whatever their sizes. On a tie of the compared part the shorter view is smaller.
+ZUL_API int StrCmp(istr a, istr b, size_t n = istr::npos, bool ignoreCase = false);
+
+/// True when `s` starts with `prefix`; an empty prefix always matches.
+ZUL_API bool StrBeginWith(const char* s, istr prefix);
+
+/// Upper-cases `p` in place up to its NUL or `n` characters; returns `p`.
+ZUL_API char* StrToUpper(char* p, size_t n = istr::npos);
+/// Lower-cases `p` in place up to its NUL or `n` characters; returns `p`.
+ZUL_API char* StrToLower(char* p, size_t n = istr::npos);
+
+/// True for a non-empty text of decimal digits only.
+ZUL_API bool StrIsAllDigits(const char* p);
+
+/// Erases trailing white space.
+ZUL_API void StrTrimRight(std::string& s);
+ZUL_API void StrTrimRight(std::wstring& s);
+
+/// Removes one enclosing pair of `c` (first and last character) when there is one.
+ZUL_API void trimLeftRight(std::string& s, char c);
+ZUL_API void trimLeftRight(std::wstring& s, wchar_t c);
+
+// ---- Memory: null-tolerant, through the bounds-checked functions ------------------------
+
+/// Fills `n` bytes of `p` with `c`; nothing for null or n == 0. Returns `p`.
+ZUL_API void* MemSet(void* p, int c, size_t n);
+
+/// Copies `n` bytes; nothing when either pointer is null, they are equal, or n == 0.
+/// Returns `d`.
+ZUL_API void* MemCopy(void* d, const void* s, size_t n);
+
+/// Copies `n` bytes and terminates `d` at position n (room for n + 1 bytes); a null `s`
+/// copies nothing but still terminates. Nothing for null `d` or `d` == `s`. Returns `d`.
+ZUL_API void* MemCopyZ(void* d, const void* s, size_t n);
+
+/// memcmp that orders a null pointer before any other and treats two nulls as equal.
+ZUL_API int MemCmp(const void* a, const void* b, size_t n);
+
+// ---- Characters ---------------------------------------------------------------------------
+
+ZUL_API char CharToUpper(char c);
+ZUL_API char CharToLower(char c);
+
+// Classification by the C library's classes of the byte's unsigned value.
+ZUL_API bool CharIsDigit(char c);
+ZUL_API bool CharIsSpace(char c);
+ZUL_API bool CharIsPrint(char c);
+ZUL_API bool CharIsCntrl(char c);
+ZUL_API bool CharIsUpper(char c);
+ZUL_API bool CharIsLower(char c);
+ZUL_API bool CharIsAlpha(char c);
+ZUL_API bool CharIsPunct(char c);
+ZUL_API bool CharIsXdigit(char c);
+ZUL_API bool CharIsAlnum(char c);
+ZUL_API bool CharIsGraph(char c);
+ZUL_API bool CharIsSpace(wchar_t c);
+ZUL_API bool CharIsPrint(wchar_t c);
+
+/// True when `c` occurs in `set`; the terminator counts, so '\0' is in every set.
+ZUL_API bool CharIn(char c, const char* set);
+
+/// The upper-case hex digit of the low four bits of `v`.
+ZUL_API char HexToChar(unsigned char v);
+/// The value 0-15 of a hex digit (either case), or 255 for any other character.
+ZUL_API unsigned char HexFromChar(char c);
+
+/// Address of character `i` of `p` (i == size addresses the terminator); throws
+/// zul::OutOfRangeException for a null `p` or i > size.
+ZUL_API char* CharAt(char* p, size_t size, size_t i);
+ZUL_API unsigned char* CharAt(unsigned char* p, size_t size, size_t i);
+/// As above, but out of range it returns the address of a shared NUL instead of throwing.
+ZUL_API const char* CharAt(const char* p, size_t size, size_t i);
+ZUL_API const unsigned char* CharAt(const unsigned char* p, size_t size, size_t i);
+
+/// Writes `s`, or "<null>" for a null pointer.
+ZUL_API std::ostream& Print(std::ostream& os, const char* s);
+/// Writes `c` readably: as itself when printable, codes 0-31 by name ("<NUL>", "^A", ...),
+/// anything else as '\' and its octal code.
+ZUL_API std::ostream& Print(std::ostream& os, char c);
+
+/// `p`, or the text "<null>" for a null pointer.
+ZUL_API const char* SafeStr(const char* p);
+ZUL_API const unsigned char* SafeStr(const unsigned char* p);
+
+// ---- Process and system -------------------------------------------------------------------
+
+/// The value of environment variable `name`; empty for a null name or an unset variable.
+/// Code inside namespace zul that wants the C function must write ::getenv.
+ZUL_API String getenv(const char* name);
+
+/// The calling thread's errno.
+ZUL_API int getLastErrno();
+/// getLastErrorMsg(errno).
+ZUL_API String getLastErrorMsg();
+/// "(e) " followed by the system's text for `e`; leaves errno as it was.
+ZUL_API String getLastErrorMsg(int e);
+
+/// `name` with every run of '.' and ':' replaced by one '.' (a::b::c gives a.b.c).
+ZUL_API String normalizeName(const istr& name);
+
+/// The application's shutdown announcement: a process-wide flag that is never cleared.
+/// The library does not consult it; components that poll it may.
+struct ZUL_API System {
+    static void close();
+    static bool closing();
+};
+
+/// Writes the address as host text, ':' and the port in decimal.
+ZUL_API std::ostream& operator<<(std::ostream& os, const ACE_INET_Addr& addr);
+
+// ---- Network byte order -------------------------------------------------------------------
+
+/// N bytes holding an integer in network order (most significant byte first).
+template <size_t N>
+struct octets {
+    unsigned char bytes[N];
+
+    unsigned char& operator[](size_t i) { return bytes[i]; }
+    const unsigned char& operator[](size_t i) const { return bytes[i]; }
+    static constexpr size_t size() { return N; }
+    friend bool operator==(const octets& a, const octets& b) {
+        for (size_t i = 0; i < N; ++i)
+            if (a.bytes[i] != b.bytes[i]) return false;
+        return true;
+    }
+    friend bool operator!=(const octets& a, const octets& b) { return !(a == b); }
+};
+
+ZUL_API octets<2> hton(unsigned short v);
+/// Only the low 32 bits of `v` are kept.
+ZUL_API octets<4> hton(unsigned long v);
+ZUL_API octets<8> hton(unsigned long long v);
+ZUL_API unsigned short ntoh(octets<2> o);
+ZUL_API unsigned long ntoh(octets<4> o);
+ZUL_API unsigned long long ntoh(octets<8> o);
+
+/// The IPv4 address of a NUL-terminated dotted text, in network order in the low 32 bits;
+/// all 32 bits set for text that is not an address.
+ZUL_API unsigned long ip_aton(const istr& text);
+/// The dotted-quad text of the low 32 bits of `a`, taken in network order.
+ZUL_API String ip_ntoa(unsigned long a);
+
+}  // namespace zul
