@@ -1,0 +1,125 @@
+// zul::MemLeakChecker: the process-wide checker, its records and its console notices.
+#include <ace/Guard_T.h>
+#include <zul/base/alloc.h>
+#include <zul/base/mlcheck.h>
+
+#include <cstdio>
+#include <sstream>
+#include <string>
+
+namespace zul {
+namespace {
+
+using Lock = ACE_Guard<MemLeakMutex>;
+
+// Writes one line of the checker's console output. Seam: goes to the library console once
+// it exists; until then straight to standard output.
+void consoleLine(std::string const& line) {
+    std::fwrite(line.data(), 1, line.size(), stdout);
+    std::fflush(stdout);
+}
+
+}  // namespace
+
+namespace detail {
+
+void checkerPush(void const* p, char const* file, unsigned int line, char const* func) {
+    MemLeakChecker::instance()->push(const_cast<void*>(p), file, line, func);
+}
+
+bool checkerPop(void const* p, char const* file, unsigned int line, char const* func) {
+    return MemLeakChecker::instance()->pop(const_cast<void*>(p), file, line, func);
+}
+
+}  // namespace detail
+
+MemLeakChecker* MemLeakChecker::g__inst = nullptr;
+
+MemLeakMutex& MemLeakChecker::mtxInstance() {
+    static MemLeakMutex mtx;
+    return mtx;
+}
+
+MemLeakChecker*& MemLeakChecker::create_i() {
+    Lock lock(mtxInstance());
+    if (g__inst == nullptr) {
+        // Plain new: the checker is the one object the helpers never record.
+        __atomic_store_n(&g__inst, new MemLeakChecker, __ATOMIC_RELEASE);
+    }
+    return g__inst;
+}
+
+void MemLeakChecker::destroy() {
+    Lock lock(mtxInstance());
+    if (g__inst != nullptr) {
+        delete g__inst;
+        __atomic_store_n(&g__inst, static_cast<MemLeakChecker*>(nullptr), __ATOMIC_RELEASE);
+    }
+}
+
+void MemLeakChecker::stop() {
+    started_ = false;
+    // Seam: the report (dump into one information record) is written here once the logger
+    // exists.
+    Lock lock(mtxInstance());
+    if (g__inst == this) {
+        __atomic_store_n(&g__inst, static_cast<MemLeakChecker*>(nullptr), __ATOMIC_RELEASE);
+    }
+    delete this;
+}
+
+void MemLeakChecker::push(void* p, char const* file, unsigned int line, char const* func) {
+    if (!started_) return;
+    Current here(file, line, func);
+    if (dumpOn_) {
+        std::ostringstream os;
+        os << "+++ " << p << ' ' << here << '\n';
+        consoleLine(os.str());
+    }
+    Lock lock(mtxInstance());
+    records_[p] = here;
+}
+
+bool MemLeakChecker::pop(void* p, char const* file, unsigned int line, char const* func) {
+    if (p == nullptr) return false;
+    if (!started_) return true;
+    Current here(file, line, func);
+    std::string text;
+    bool found;
+    {
+        Lock lock(mtxInstance());
+        auto it = records_.find(p);
+        found = it != records_.end();
+        std::ostringstream os;
+        if (dumpOn_) {
+            os << "--- " << p << ' ';
+            if (found)
+                os << it->second << " (" << here << ")\n";
+            else
+                os << "(" << here << ")\n";
+        }
+        if (!found) os << "[NOTICE] not found pointer " << here << '\n';
+        text = os.str();
+        if (found) records_.erase(it);
+    }
+    // Printed after the lock is released: printing may create the console, whose creation
+    // records itself through push() and so takes the same mutex.
+    if (!text.empty()) consoleLine(text);
+    return found;
+}
+
+std::size_t MemLeakChecker::size() const {
+    Lock lock(mtxInstance());
+    return records_.size();
+}
+
+std::size_t MemLeakChecker::count(Current const& site) const {
+    Lock lock(mtxInstance());
+    std::size_t n = 0;
+    for (auto const& r : records_) {
+        if (!(r.second < site) && !(site < r.second)) ++n;
+    }
+    return n;
+}
+
+}  // namespace zul

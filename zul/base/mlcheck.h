@@ -1,0 +1,68 @@
+// zul::MemLeakChecker: records of live allocations made through the allocation helpers,
+// keyed by address and labelled with the allocating site.
+#pragma once
+
+#include <ace/Thread_Mutex.h>
+#include <zul/base/api.h>
+#include <zul/log/log_tracer.h>
+
+#include <cstddef>
+#include <map>
+
+namespace zul {
+
+/// The lock that guards the checker's records and its instance pointer.
+using MemLeakMutex = ACE_Thread_Mutex;
+
+/// Process-wide record of allocations made through the helpers of <zul/base/alloc.h>.
+/// Records are kept only between start() and stop(); the checker itself is never recorded.
+class ZUL_API MemLeakChecker {
+  public:
+    /// The process-wide checker, created (stopped) on first use; never null on return.
+    static MemLeakChecker*& instance() {
+        if (__atomic_load_n(&g__inst, __ATOMIC_ACQUIRE) != nullptr) return g__inst;
+        return create_i();
+    }
+    /// The mutex that guards the records and the instance pointer.
+    static MemLeakMutex& mtxInstance();
+    /// Deletes the checker, discarding its records without a report; no-op when absent.
+    static void destroy();
+
+    /// Starts keeping records.
+    void start() { started_ = true; }
+    /// Stops keeping records and deletes this checker; the next instance() makes a new one.
+    void stop();
+    void dumpOn() { dumpOn_ = true; }
+    void dumpOff() { dumpOn_ = false; }
+
+    bool started() const { return started_; }
+    bool dumping() const { return dumpOn_; }
+
+    /// Records `p` as allocated at the site (replacing an older record); no-op when stopped.
+    void push(void* p, char const* file, unsigned int line, char const* func);
+    /// Removes the record of `p`. True when stopped or when `p` was recorded; false for a
+    /// null or unknown `p` (an unknown one is also noticed on the console).
+    bool pop(void* p, char const* file, unsigned int line, char const* func);
+
+    /// Number of records held.
+    std::size_t size() const;
+    std::size_t count() const { return size(); }
+    /// Number of records held for one allocating site.
+    std::size_t count(Current const& site) const;
+
+  private:
+    MemLeakChecker() = default;
+    ~MemLeakChecker() = default;
+    MemLeakChecker(MemLeakChecker const&) = delete;
+    MemLeakChecker& operator=(MemLeakChecker const&) = delete;
+
+    static MemLeakChecker*& create_i();
+
+    std::map<void*, Current> records_;
+    bool started_ = false;
+    bool dumpOn_ = false;
+
+    static MemLeakChecker* g__inst;
+};
+
+}  // namespace zul
