@@ -1,0 +1,69 @@
+// zul::AutoPtr<T>: the single owner of a heap array (the result type of the pointer
+// conversions of wide text), reporting its release to the leak checker.
+#pragma once
+
+#include <zul/base/alloc.h>
+
+#include <cstddef>
+
+namespace zul {
+namespace detail {
+// Label under which an AutoPtr reports the release of its array.
+constexpr char const* kAutoPtrFile = "zul/base/base_type_auto";
+constexpr unsigned int kAutoPtrLine = 46;
+constexpr char const* kAutoPtrFunc = "~AutoPtr";
+}  // namespace detail
+
+/// Owns one heap array of T (allocated with new[]) and frees it with delete[]. Move-only;
+/// holds null when empty.
+template <class T>
+class AutoPtr {
+  public:
+    AutoPtr() noexcept : p_(nullptr) {}
+    /// Takes ownership of `p` (may be null).
+    explicit AutoPtr(T* p) noexcept : p_(p) {}
+    AutoPtr(AutoPtr&& o) noexcept : p_(o.p_) { o.p_ = nullptr; }
+    AutoPtr& operator=(AutoPtr&& o) noexcept {
+        if (this != &o) set(o.release());
+        return *this;
+    }
+    AutoPtr(AutoPtr const&) = delete;
+    AutoPtr& operator=(AutoPtr const&) = delete;
+    ~AutoPtr() { free_(p_); }
+
+    /// Holds `p` from now on; the old array is freed unless it is `p` itself.
+    void set(T* p) noexcept {
+        if (p == p_) return;
+        T* old = p_;
+        p_ = p;
+        free_(old);
+    }
+    AutoPtr& operator=(T* p) noexcept {
+        set(p);
+        return *this;
+    }
+
+    /// Gives up ownership without freeing; the holder is null afterwards.
+    T* release() noexcept {
+        T* p = p_;
+        p_ = nullptr;
+        return p;
+    }
+
+    T* get() const noexcept { return p_; }
+    T& operator[](std::size_t i) const noexcept { return p_[i]; }
+    explicit operator bool() const noexcept { return p_ != nullptr; }
+    bool isNull() const noexcept { return p_ == nullptr; }
+
+  private:
+    // The leak checker hears of the release first, then the array goes.
+    static void free_(T* p) noexcept {
+        if (p == nullptr) return;
+        destroy_pop(p, detail::kAutoPtrFile, detail::kAutoPtrLine, detail::kAutoPtrFunc);
+        delete[] p;
+    }
+
+    T* p_;
+};
+
+}  // namespace zul
