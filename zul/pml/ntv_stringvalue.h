@@ -1,0 +1,43 @@
+// zul::pml::ntv::StringValue: the text value of a value-tree node.
+#pragma once
+
+#include <zul/base/api.h>
+#include <zul/base/base_type_string.h>
+#include <zul/pml/ntv_unit.h>
+
+#include <iosfwd>
+
+namespace zul {
+namespace pml {
+namespace ntv {
+
+/// A text value; every scalar of the tree is kept as text.
+class ZUL_API StringValue : public ValueBase {
+  public:
+    /// Empty text.
+    explicit StringValue(Unit* owner);
+    StringValue(istr text, Unit* owner);
+    ~StringValue() override;
+
+    /// A new value with a null owner, allocated through the allocation helpers.
+    static StringValue* create(istr text);
+
+    StringValue& operator=(istr text) {
+        data_ = text;
+        return *this;
+    }
+    void assign(istr text) { data_ = text; }
+    const String& data() const { return data_; }
+
+    bool single() const override { return true; }
+    ValueBase* clone() const override;
+    /// Writes the text by the PML value rule: quoted and "^"-escaped when it needs it.
+    void dump(std::ostream& os) const override;
+
+  private:
+    String data_;
+};
+
+}  // namespace ntv
+}  // namespace pml
+}  // namespace zul
