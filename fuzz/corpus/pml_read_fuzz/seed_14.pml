@@ -1,0 +1,1 @@
+a(  hello world  )

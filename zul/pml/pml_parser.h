@@ -1,0 +1,661 @@
+// The PML reader: syntax constants, the lexer over stream and pointer sources, and the
+// recursive parser that turns PML text into zul::pml::ntv::Unit nodes (char and wchar_t).
+#pragma once
+
+#include <zul/base/exception.h>
+#include <zul/base/raise.h>
+#include <zul/pml/ntv_detail.h>
+#include <zul/pml/ntv_unit.h>
+#include <zul/pml/pml_reader.h>
+#include <zul/util/util_func.h>
+
+#include <cstddef>
+#include <exception>
+#include <fstream>
+#include <istream>
+#include <string>
+#include <type_traits>
+
+namespace zul {
+namespace pml {
+
+/// Syntax characters of PML, one set per character type.
+template <class CharT>
+struct Const;
+
+template <>
+struct Const<char> {
+    static constexpr char LEFT_TAG_CHAR = '(';
+    static constexpr const char* LEFT_TAG = "(";
+    static constexpr char RIGHT_TAG_CHAR = ')';
+    static constexpr const char* RIGHT_TAG = ")";
+    static constexpr char TYPE_IDENTITY_CHAR = ':';
+    static constexpr const char* TYPE_IDENTITY_STR = ":";
+    static constexpr char COMMENT_CHAR = '*';
+    static constexpr const char* LEFT_COMMENT_STR = "(*";
+    static constexpr const char* RIGHT_COMMENT_STR = "*)";
+    static constexpr char ESCAPE_CHAR = '^';
+    static constexpr const char* ESCAPE_STR = "^";
+    static constexpr char STR_TAG1_CHAR = '\'';
+    static constexpr const char* STR_TAG1_STR = "'";
+    static constexpr char STR_TAG2_CHAR = '"';
+    static constexpr const char* STR_TAG2_STR = "\"";
+    static constexpr char STR_TAG_CHAR = '"';
+    static constexpr const char* STR_TAG_STR = "\"";
+    static constexpr const char* PML_PATH_ROOT = "/";
+    static constexpr const char* PML_PATH_SEPARATOR = "/";
+    static constexpr const char* PML_PATH_ME = ".";
+    static constexpr const char* PML_PATH_PARENT = "..";
+    static constexpr const char* PML_PATH_INDEX_LEFT = "[";
+    static constexpr const char* PML_PATH_INDEX_RIGHT = "]";
+};
+
+template <>
+struct Const<wchar_t> {
+    static constexpr wchar_t LEFT_TAG_CHAR = L'(';
+    static constexpr const wchar_t* LEFT_TAG = L"(";
+    static constexpr wchar_t RIGHT_TAG_CHAR = L')';
+    static constexpr const wchar_t* RIGHT_TAG = L")";
+    static constexpr wchar_t TYPE_IDENTITY_CHAR = L':';
+    static constexpr const wchar_t* TYPE_IDENTITY_STR = L":";
+    static constexpr wchar_t COMMENT_CHAR = L'*';
+    static constexpr const wchar_t* LEFT_COMMENT_STR = L"(*";
+    static constexpr const wchar_t* RIGHT_COMMENT_STR = L"*)";
+    static constexpr wchar_t ESCAPE_CHAR = L'^';
+    static constexpr const wchar_t* ESCAPE_STR = L"^";
+    static constexpr wchar_t STR_TAG1_CHAR = L'\'';
+    static constexpr const wchar_t* STR_TAG1_STR = L"'";
+    static constexpr wchar_t STR_TAG2_CHAR = L'"';
+    static constexpr const wchar_t* STR_TAG2_STR = L"\"";
+    static constexpr wchar_t STR_TAG_CHAR = L'"';
+    static constexpr const wchar_t* STR_TAG_STR = L"\"";
+    static constexpr const wchar_t* PML_PATH_ROOT = L"/";
+    static constexpr const wchar_t* PML_PATH_SEPARATOR = L"/";
+    static constexpr const wchar_t* PML_PATH_ME = L".";
+    static constexpr const wchar_t* PML_PATH_PARENT = L"..";
+    static constexpr const wchar_t* PML_PATH_INDEX_LEFT = L"[";
+    static constexpr const wchar_t* PML_PATH_INDEX_RIGHT = L"]";
+};
+
+/// What ended a token. A parser that has read no token yet holds kNoTokenFlag.
+enum TokenFlag : int {
+    TOKEN_TYPE_IDENTITY = 0,  ///< ":"
+    TOKEN_LEFT_TAG = 1,       ///< "(" not followed by "*"
+    TOKEN_RIGHT_TAG = 2,      ///< ")"
+};
+constexpr TokenFlag kNoTokenFlag = static_cast<TokenFlag>(-1);
+
+/// What the parser expects next.
+enum ParserState : int {
+    PasingName = 0,   ///< the name of a node
+    PasingType = 1,   ///< the type of a node, after ":"
+    PasingValue = 2,  ///< the first token of a node's content
+};
+
+/// How deep nodes may nest below the node a parse starts with. Deeper text raises
+/// DecodeException ("nesting too deep") instead of exhausting the stack: the parser recurses
+/// once per level, and so do the writers and other walks of a tree that rely on this bound.
+constexpr std::size_t kPmlMaxDepth = 1024;
+
+namespace detail {
+
+/// The characters that end a run of plain token text: NUL, ":", "(", ")", both quotes, "^".
+struct PmlStopTable {
+    bool stop[128];
+    constexpr PmlStopTable() : stop() {
+        stop[0] = true;
+        stop[static_cast<unsigned char>(':')] = true;
+        stop[static_cast<unsigned char>('(')] = true;
+        stop[static_cast<unsigned char>(')')] = true;
+        stop[static_cast<unsigned char>('\'')] = true;
+        stop[static_cast<unsigned char>('"')] = true;
+        stop[static_cast<unsigned char>('^')] = true;
+    }
+};
+inline constexpr PmlStopTable kPmlStop{};
+
+template <class CharT>
+inline bool pmlIsStop(CharT c) {
+    using U = std::make_unsigned_t<CharT>;
+    const U u = static_cast<U>(c);
+    return u < 128 && kPmlStop.stop[u];
+}
+
+/// The CharIsSpace test, answered inline for ASCII: the six standard blanks are blank in
+/// every locale and the other printable characters never are; the rest asks CharIsSpace.
+template <class CharT>
+inline bool pmlIsBlank(CharT c) {
+    using U = std::make_unsigned_t<CharT>;
+    const U u = static_cast<U>(c);
+    if (u > 0x20 && u < 0x7f) return false;
+    if (u == 0x20 || (u >= 0x09 && u <= 0x0d)) return true;
+    if (u == 0) return false;
+    return zul::CharIsSpace(c);
+}
+
+/// StrTrimRight, skipping the call when the text does not end in a blank.
+template <class CharT>
+inline void pmlTrimRight(std::basic_string<CharT>& s) {
+    if (!s.empty() && pmlIsBlank(s.back())) zul::StrTrimRight(s);
+}
+
+/// The value rule: one pair of matching enclosing quotes (either kind) is removed.
+template <class CharT>
+inline void pmlUnquote(std::basic_string<CharT>& s) {
+    using K = Const<CharT>;
+    if (s.size() >= 2 && (s.front() == K::STR_TAG1_CHAR || s.front() == K::STR_TAG2_CHAR) &&
+        s.back() == s.front()) {
+        s.pop_back();
+        s.erase(0, 1);
+    }
+}
+
+/// Token text as stored in the tree: 8-bit text unchanged, wide text as UTF-8.
+inline void pmlStoreText(String& out, const std::string& token) {
+    out.assign(token);
+}
+inline void pmlStoreText(String& out, const std::wstring& token) {
+    for (wchar_t c : token) {
+        if (static_cast<std::make_unsigned_t<wchar_t>>(c) >= 0x80) {
+            out = toAnsi(wstr(iwstr(token)));
+            return;
+        }
+    }
+    out.assign(token.begin(), token.end());  // plain ASCII converts element by element
+}
+
+/// The view type that doParser takes for a character type.
+template <class CharT>
+struct PmlView;
+template <>
+struct PmlView<char> {
+    using type = istr;
+};
+template <>
+struct PmlView<wchar_t> {
+    using type = iwstr;
+};
+
+}  // namespace detail
+
+/// A standard input stream as a lexer source. The input ends when a read fails (end of
+/// file or a stream error); the stream's state bits record why, as its own get() would.
+/// Reads go straight to the stream buffer, so the stream stays positioned after the last
+/// character consumed.
+template <class CharT>
+class pmlLexerIstream {
+  public:
+    using char_type = CharT;
+    using string_type = std::basic_string<CharT>;
+    using stream_type = std::basic_istream<CharT>;
+
+    explicit pmlLexerIstream(stream_type& is) : is_(is), buf_(nullptr) {
+        typename stream_type::sentry ok(is, true);  // a stream that is not good reads nothing
+        if (ok) buf_ = is.rdbuf();
+    }
+
+    /// Reads one character; false when the input ends.
+    bool get(CharT& c) {
+        if (buf_ == nullptr) return false;
+        typename traits::int_type i;
+        try {
+            i = buf_->sbumpc();
+        } catch (...) {
+            return fail(std::ios_base::badbit);
+        }
+        if (traits::eq_int_type(i, traits::eof())) {
+            return fail(std::ios_base::eofbit | std::ios_base::failbit);
+        }
+        c = traits::to_char_type(i);
+        return true;
+    }
+
+    /// Looks at the next character without consuming it; false when the input ends.
+    bool peek(CharT& c) {
+        if (buf_ == nullptr) return false;
+        typename traits::int_type i;
+        try {
+            i = buf_->sgetc();
+        } catch (...) {
+            return fail(std::ios_base::badbit);
+        }
+        if (traits::eq_int_type(i, traits::eof())) {
+            is_.setstate(std::ios_base::eofbit);
+            return false;
+        }
+        c = traits::to_char_type(i);
+        return true;
+    }
+
+    /// Gives back the character just read.
+    void putback(CharT c) {
+        if (buf_ != nullptr && traits::eq_int_type(buf_->sputbackc(c), traits::eof())) {
+            fail(std::ios_base::badbit);
+        }
+    }
+
+    /// Whether the input has ended (rather than failed).
+    bool ended() const { return is_.eof(); }
+
+    /// Reads up to the first non-blank character, stored in `c`; false when the input ends.
+    bool __skip_blank(CharT& c) {
+        while (get(c)) {
+            if (!detail::pmlIsBlank(c)) return true;
+        }
+        return false;
+    }
+
+    /// Appends characters to `token` up to the first one that ends plain text, which is
+    /// consumed and stored in `c`; false when the input ends first.
+    bool appendPlain(string_type& token, CharT& c) {
+        while (get(c)) {
+            if (detail::pmlIsStop(c)) return true;
+            token.push_back(c);
+        }
+        return false;
+    }
+
+    /// The same inside a quoted literal: stops at `close` or "^".
+    bool appendQuoted(string_type& token, CharT close, CharT& c) {
+        while (get(c)) {
+            if (c == close || c == Const<CharT>::ESCAPE_CHAR) return true;
+            token.push_back(c);
+        }
+        return false;
+    }
+
+    /// Inside a comment: reads up to the next "*" or "(", which is consumed and stored in
+    /// `c`; false when the input ends first.
+    bool findCommentMark(CharT& c) {
+        while (get(c)) {
+            if (c == Const<CharT>::COMMENT_CHAR || c == Const<CharT>::LEFT_TAG_CHAR) return true;
+        }
+        return false;
+    }
+
+  private:
+    using traits = std::char_traits<CharT>;
+
+    bool fail(std::ios_base::iostate bits) {
+        buf_ = nullptr;
+        is_.setstate(bits);
+        return false;
+    }
+
+    stream_type& is_;
+    std::basic_streambuf<CharT>* buf_;  // null once a read has failed
+};
+
+/// The caller's pointer to NUL-terminated text as a lexer source; it advances as characters
+/// are read. The NUL ends the input and is never consumed.
+template <class CharT>
+class pmlLexerLpctstr {
+  public:
+    using char_type = CharT;
+    using string_type = std::basic_string<CharT>;
+
+    explicit pmlLexerLpctstr(const CharT*& p) : p_(p) {}
+
+    bool get(CharT& c) {
+        if (*p_ == CharT()) return false;
+        c = *p_++;
+        return true;
+    }
+    bool peek(CharT& c) {
+        if (*p_ == CharT()) return false;
+        c = *p_;
+        return true;
+    }
+    /// Gives back the character just read: the pointer moves back by one.
+    void putback(CharT) { --p_; }
+    bool ended() const { return *p_ == CharT(); }
+
+    // The scanning loops work on a local copy of the pointer: the caller's pointer is
+    // reached through a reference that any character store could alias.
+
+    bool __skip_blank(CharT& c) {
+        const CharT* s = p_;
+        while (detail::pmlIsBlank(*s)) ++s;
+        p_ = s;
+        return get(c);
+    }
+
+    bool appendPlain(string_type& token, CharT& c) {
+        const CharT* s = p_;
+        while (!detail::pmlIsStop(*s)) ++s;
+        token.append(p_, static_cast<std::size_t>(s - p_));
+        p_ = s;
+        return get(c);
+    }
+
+    bool appendQuoted(string_type& token, CharT close, CharT& c) {
+        const CharT* s = p_;
+        while (*s != close && *s != Const<CharT>::ESCAPE_CHAR && *s != CharT()) ++s;
+        token.append(p_, static_cast<std::size_t>(s - p_));
+        p_ = s;
+        return get(c);
+    }
+
+    bool findCommentMark(CharT& c) {
+        const CharT* s = p_;
+        while (*s != Const<CharT>::COMMENT_CHAR && *s != Const<CharT>::LEFT_TAG_CHAR &&
+               *s != CharT()) {
+            ++s;
+        }
+        p_ = s;
+        return get(c);
+    }
+
+  private:
+    const CharT*& p_;
+};
+
+/// Cuts the text of a source into tokens: the text up to the next ":", "(" or ")" outside
+/// quotes and comments.
+template <class Source>
+class pmlLexer {
+  public:
+    using char_type = typename Source::char_type;
+    using string_type = std::basic_string<char_type>;
+
+    explicit pmlLexer(Source& source) : src_(source) {}
+
+    Source& source() { return src_; }
+    bool ended() const { return src_.ended(); }
+    void putback(char_type c) { src_.putback(c); }
+
+    /// Reads the next token into `token` (cleared first) and sets `flag` to what ended it.
+    /// False when the input ends before a token end; the text read so far stays in `token`.
+    ///
+    /// Blanks before a token are skipped and trailing blanks trimmed. "^" makes the next
+    /// character literal. A quoted literal ('...' or "...") is kept with its quotes, and
+    /// literals separated only by blanks join into one. Comments "(* ... *)" nest, are
+    /// recognised only where "(" would end the token, and swallow the blanks after them.
+    bool getToken(string_type& token, TokenFlag& flag) {
+        token.clear();
+        char_type c;
+        if (!src_.__skip_blank(c)) return false;
+        for (;;) {
+            switch (c) {
+                case K::TYPE_IDENTITY_CHAR:
+                    detail::pmlTrimRight(token);
+                    flag = TOKEN_TYPE_IDENTITY;
+                    return true;
+                case K::LEFT_TAG_CHAR: {
+                    char_type next;
+                    if (!src_.peek(next)) return false;
+                    if (next != K::COMMENT_CHAR) {
+                        detail::pmlTrimRight(token);
+                        flag = TOKEN_LEFT_TAG;
+                        return true;
+                    }
+                    src_.get(next);
+                    if (!skipComment()) return false;
+                    if (!src_.__skip_blank(c)) return false;
+                    continue;  // look at the character after the comment
+                }
+                case K::RIGHT_TAG_CHAR:
+                    detail::pmlTrimRight(token);
+                    flag = TOKEN_RIGHT_TAG;
+                    return true;
+                case K::STR_TAG1_CHAR:
+                case K::STR_TAG2_CHAR:
+                    if (!readQuoted(token, c)) return false;
+                    continue;  // `c` is the first non-blank character after the literal
+                case K::ESCAPE_CHAR:
+                    if (!src_.get(c)) return false;
+                    token.push_back(c);
+                    break;
+                default:
+                    token.push_back(c);
+                    break;
+            }
+            if (!src_.appendPlain(token, c)) return false;
+        }
+    }
+
+  private:
+    using K = Const<char_type>;
+
+    /// Reads a comment whose "(*" has been consumed, up to its matching "*)". A "*" followed
+    /// by ")" closes one level and a "(" followed by "*" opens one; both characters of such a
+    /// pair are consumed together. False when the input ends inside the comment.
+    bool skipComment() {
+        std::size_t depth = 1;
+        char_type c;
+        if (!src_.findCommentMark(c)) return false;
+        for (;;) {
+            char_type next;
+            if (!src_.get(next)) return false;
+            if (c == K::COMMENT_CHAR && next == K::RIGHT_TAG_CHAR) {
+                if (--depth == 0) return true;
+                if (!src_.findCommentMark(c)) return false;
+            } else if (c == K::LEFT_TAG_CHAR && next == K::COMMENT_CHAR) {
+                ++depth;
+                if (!src_.findCommentMark(c)) return false;
+            } else if (next == K::COMMENT_CHAR || next == K::LEFT_TAG_CHAR) {
+                c = next;  // not a pair: the second character may start one
+            } else if (!src_.findCommentMark(c)) {
+                return false;
+            }
+        }
+    }
+
+    /// Reads a quoted literal opened by `quote` (already read). The token keeps the opening
+    /// quote and gets it again as the closing one, whichever quote closed the last of the
+    /// joined literals. On success `c` holds the first non-blank character after it.
+    bool readQuoted(string_type& token, char_type& c) {
+        const char_type quote = c;
+        char_type close = quote;
+        token.push_back(quote);
+        for (;;) {
+            if (!src_.appendQuoted(token, close, c)) return false;
+            if (c == K::ESCAPE_CHAR) {
+                if (!src_.get(c)) return false;
+                token.push_back(c);
+                continue;
+            }
+            token.push_back(quote);  // `c` is the closing quote
+            if (!src_.__skip_blank(c)) return false;
+            if (c != K::STR_TAG1_CHAR && c != K::STR_TAG2_CHAR) return true;
+            token.pop_back();  // a quote right after: the next literal joins this one
+            close = c;
+        }
+    }
+
+    Source& src_;
+};
+
+/// The PML parser: fills `current_` from the tokens of a lexer. Prepare it with the target
+/// node (already cleared), PasingName for a whole node or PasingValue for the content of a
+/// node alone, then call one __doParser or doParser once.
+template <class CharT>
+class pmlParserBase {
+  public:
+    using char_type = CharT;
+    using string_type = std::basic_string<CharT>;
+    using view_type = typename detail::PmlView<CharT>::type;
+
+    pmlParserBase(ntv::Unit* target, ParserState state)
+        : current_(target), state_(state), token_(), flag_(kNoTokenFlag), depth_(0) {}
+
+    /// Parses one node into current_, starting in state_. Sets `closed` when, expecting a
+    /// name, it met the end of the enclosing list (or of the input) instead of a node.
+    /// Returns false when an allocation failed; raises DecodeException on a syntax error.
+    /// The nodes complete before an error stay in the tree; the one being read is dropped.
+    template <class Source>
+    bool __doParser(bool& closed, pmlLexer<Source>& lexer);
+
+    /// Parses a copy of `text` (a NUL inside it ends the text).
+    bool doParser(view_type text) {
+        const string_type copy(text.data == nullptr ? string_type()
+                                                    : string_type(text.data, text.size));
+        const CharT* p = copy.c_str();
+        pmlLexerLpctstr<CharT> source(p);
+        pmlLexer<pmlLexerLpctstr<CharT>> lexer(source);
+        bool closed = false;
+        return __doParser(closed, lexer);
+    }
+
+    /// Parses the named file (8-bit parser only); false when it cannot be opened.
+    bool doParser(const File& file) {
+        static_assert(std::is_same<CharT, char>::value, "files are read as 8-bit text");
+        std::ifstream is;
+        if (!file.open(is)) return false;
+        pmlLexerIstream<char> source(is);
+        pmlLexer<pmlLexerIstream<char>> lexer(source);
+        bool closed = false;
+        return __doParser(closed, lexer);
+    }
+
+    ntv::Unit* current_;  ///< the node being filled (not owned)
+    ParserState state_;
+    string_type token_;  ///< the last token read
+    TokenFlag flag_;     ///< what ended it
+
+  private:
+    /// Creates a free node whose parent pointer is `parent`.
+    static ntv::Unit* newChild(ntv::Unit* parent) {
+        return zul::detail::ntvNew<ntv::Unit>(__FILE__, __LINE__, "__doParser", parent);
+    }
+    static void destroy(ntv::Unit*& u) noexcept {
+        zul::detail::ntvDelete(u, __FILE__, __LINE__, "__doParser");
+    }
+
+    /// One open list: restores current_ and the depth, and destroys the child being read
+    /// unless it was handed to the list, however the level is left.
+    struct Level {
+        pmlParserBase& parser;
+        ntv::Unit* node;
+        ntv::Unit* child;
+        ~Level() {
+            parser.current_ = node;
+            --parser.depth_;
+            destroy(child);
+        }
+    };
+
+    std::size_t depth_;  ///< lists open above current_
+};
+
+template <class CharT>
+template <class Source>
+bool pmlParserBase<CharT>::__doParser(bool& closed, pmlLexer<Source>& lexer) {
+    using K = Const<CharT>;
+    ntv::Unit* const node = current_;
+
+    switch (state_) {
+        case PasingName:
+            if (!lexer.getToken(token_, flag_)) {
+                if (lexer.ended()) {
+                    closed = true;  // nothing more to read: an empty input or list end
+                    return true;
+                }
+                ZUL_RAISE(zul::pml::DecodeException, "DecodeException", "get pml name token");
+            }
+            detail::pmlStoreText(node->name(), token_);
+            if (flag_ == TOKEN_RIGHT_TAG) {
+                closed = true;
+                // "name)" without content: the ")" also ends the enclosing list.
+                if (!token_.empty()) lexer.putback(K::RIGHT_TAG_CHAR);
+                return true;
+            }
+            if (flag_ == TOKEN_LEFT_TAG) {
+                state_ = PasingValue;
+            } else if (flag_ == TOKEN_TYPE_IDENTITY) {
+                state_ = PasingType;
+            } else {
+                ZUL_RAISE(zul::pml::DecodeException, "DecodeException", "invalid token flag");
+            }
+            break;
+        case PasingType:
+        case PasingValue:
+            break;
+        default:
+            ZUL_RAISE(zul::pml::DecodeException, "DecodeException",
+                      "passing state should be PasingValue");
+    }
+
+    if (state_ == PasingType) {
+        if (!lexer.getToken(token_, flag_)) {
+            ZUL_RAISE(zul::pml::DecodeException, "DecodeException", "get type token");
+        }
+        if (flag_ != TOKEN_LEFT_TAG) {
+            ZUL_RAISE(zul::pml::DecodeException, "DecodeException",
+                      "not found value begin tag, token");
+        }
+        if constexpr (std::is_same<CharT, char>::value) {
+            node->type(istr(token_.data(), token_.size()));
+        } else {
+            String type;
+            detail::pmlStoreText(type, token_);
+            node->type(type);
+        }
+        state_ = PasingValue;
+    }
+
+    // PasingValue: a text value, or the first child of a list.
+    if (!lexer.getToken(token_, flag_) || flag_ == TOKEN_RIGHT_TAG) {
+        detail::pmlTrimRight(token_);
+        detail::pmlUnquote(token_);
+        if constexpr (std::is_same<CharT, char>::value) {
+            node->setValue(istr(token_.data(), token_.size()));
+        } else {
+            String value;
+            detail::pmlStoreText(value, token_);
+            node->setValue(value);
+        }
+        state_ = PasingName;
+        return true;
+    }
+    if (flag_ != TOKEN_TYPE_IDENTITY && flag_ != TOKEN_LEFT_TAG) {
+        ZUL_RAISE(zul::pml::DecodeException, "DecodeException", "invalid token flag");
+    }
+    if (depth_ >= kPmlMaxDepth) {
+        ZUL_RAISE(zul::pml::DecodeException, "DecodeException", "nesting too deep");
+    }
+
+    ++depth_;
+    Level level{*this, node, nullptr};
+    {
+        ntv::ListValue* list =
+            zul::detail::ntvNew<ntv::ListValue>(__FILE__, __LINE__, "__doParser", node);
+        if (list == nullptr) return false;
+        try {
+            node->value(list);
+        } catch (...) {
+            zul::detail::ntvDelete(list, __FILE__, __LINE__, "__doParser");
+            throw;
+        }
+    }
+    level.child = newChild(node);
+    if (level.child == nullptr) return false;
+    detail::pmlStoreText(level.child->name(), token_);
+    state_ = flag_ == TOKEN_TYPE_IDENTITY ? PasingType : PasingValue;
+
+    for (;;) {
+        bool childClosed = false;
+        current_ = level.child;
+        const bool ok = __doParser(childClosed, lexer);
+        current_ = node;
+        if (!ok) return false;
+        if (!(childClosed && level.child->name().empty())) {
+            bool added;
+            try {
+                added = node->addChild(level.child);
+            } catch (const std::exception&) {
+                added = true;  // a duplicate name: the first child of a name wins
+                destroy(level.child);
+            }
+            if (!added) return false;
+            level.child = nullptr;  // the list owns it now
+        }
+        if (childClosed) return true;  // a placeholder of the list end goes with `level`
+        level.child = newChild(node);
+        if (level.child == nullptr) return false;
+        state_ = PasingName;
+    }
+}
+
+}  // namespace pml
+}  // namespace zul
