@@ -1,0 +1,4 @@
+cfg(level:int(3)names(
+        :s(a b)
+        :s(x)
+)dir("C:/tmp"))

@@ -1,0 +1,8 @@
+cfg(
+    level:int(3)
+    names(
+        :s(a b)
+        :s(x)
+    )
+    dir("C:/tmp")
+)

@@ -1,0 +1,1 @@
+cfg(level:int(3) (* note *) names(('a b')(x^)y)) rest
