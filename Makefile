@@ -22,6 +22,7 @@ test: build
 
 run: build
 	@$(BUILD)/examples/zul_text_demo
+	@bash scripts/tour.sh $(BUILD)
 
 bench: deps
 	@cmake -S . -B $(BUILD)-bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DZUL_BUILD_BENCH=ON -DZUL_BUILD_TESTS=OFF >/dev/null

@@ -1,0 +1,155 @@
+#!/usr/bin/env bash
+# Drives the built zul tool as a process on files in a temporary folder: every subcommand,
+# every exit code, exact texts, and in-place rewriting that keeps a file whole on error.
+# Usage: zul_tool_test.sh ZUL_EXECUTABLE EXAMPLES_DIR VERSION
+set -uo pipefail
+zul=$1; examples=$2; version=$3
+tmp=$(mktemp -d); trap 'rm -rf "$tmp"' EXIT
+cd "$tmp" || exit 1
+failures=0
+
+fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+
+# run RC [STDIN_FILE] -- ARGS...: runs the tool, checks the exit code, leaves out/err.
+run() {
+    local rc=$1 input=/dev/null; shift
+    if [[ $1 != -- ]]; then input=$1; shift; fi
+    shift
+    "$zul" "$@" <"$input" >out 2>err
+    local got=$?
+    [[ $got == "$rc" ]] || fail "zul $* -> exit $got, expected $rc ($(head -c 300 err))"
+}
+expect_out() { [[ $(cat out) == "$1" ]] || fail "stdout of '$2': $(cat out)"; }
+# A failure is exactly one line on standard error, starting with "zul: ".
+expect_err_line() {
+    [[ $(wc -l <err) == 1 && $(head -c 5 err) == "zul: " ]] || fail "stderr of '$1': $(cat err)"
+}
+
+# ---- help and version ----
+run 0 -- --version; expect_out "zul $version" --version
+for cmd in "" "pml" "pml format" "pml check" "pml get" "base64"; do
+    # shellcheck disable=SC2086
+    run 0 -- $cmd --help
+    [[ $(head -c 10 out) == "Usage: zul" ]] || fail "help of '$cmd'"
+done
+
+# ---- usage errors: exit 2 and one line ----
+while IFS='|' read -r args; do
+    # shellcheck disable=SC2086
+    run 2 -- $args; expect_err_line "$args"
+done <<'EOF'
+
+frob
+--frob
+pml
+pml frob
+pml format --mode weird
+pml format --pattern name,size
+pml format --mode
+pml format --frob
+pml format --in-place
+pml check
+pml check --frob
+pml get x.pml
+pml get a b c
+base64
+base64 rot13
+base64 encode a b
+EOF
+
+# ---- format: every layout of one tree, exact texts ----
+echo 'cfg(level:int(3)names(:s(a b):s(x))dir("C:/tmp"))' >tree.pml
+run 0 -- pml format -m compact tree.pml
+expect_out 'cfg(level:int(3)names(:s(a b):s(x))dir("C:/tmp"))' compact
+simple=$'cfg(\n    level:int(3)\n    names(\n        :s(a b)\n        :s(x)\n    )\n    dir("C:/tmp")\n)'
+run 0 tree.pml -- pml format --mode=simple; expect_out "$simple" simple
+run 0 tree.pml -- pml format -; expect_out "$simple" "formatted from stdin"
+run 0 -- pml format --mode mixed tree.pml
+expect_out $'cfg(level:int(3)names(\n        :s(a b)\n        :s(x)\n)dir("C:/tmp"))' mixed
+run 0 -- pml format --pattern name,type,value,path tree.pml
+[[ $(sed -n 5p out) == '        (* /names/[1] *) :s(x)' ]] || fail "path comments: $(cat out)"
+run 0 -- pml format -m compact -p type,value tree.pml
+expect_out '(:int(3)(:s(a b):s(x))("C:/tmp"))' "pattern type,value"
+run 0 -- pml format -m COMPACT -p none tree.pml; expect_out '(()(()())())' "pattern none"
+: >empty.pml; run 0 -- pml format empty.pml; expect_out "" "empty file"
+
+# Every layout of the sample reads back as the same tree.
+run 0 -- pml format -m compact "$examples/config.pml"; cp out compact.txt
+for mode in compact simple mixed formatted; do
+    "$zul" pml format -m "$mode" -p name,type,value,path "$examples/config.pml" >"$mode.pml"
+    run 0 -- pml format -m compact "$mode.pml"
+    cmp -s out compact.txt || fail "round trip through $mode"
+done
+
+# ---- check ----
+run 0 -- pml check "$examples/config.pml" tree.pml; expect_out "" "check of good files"
+run 1 -- pml check "$examples/broken.pml"
+[[ $(cat err) == "zul: $examples/broken.pml:6: DecodeException: not found value begin tag, token" ]] \
+    || fail "broken.pml message: $(cat err)"
+printf 'a(1)\n(* fine *)\n  b(2)\n' >two.pml
+printf 'a(1)\nb:t' >cut.pml
+mkdir folder
+while IFS='|' read -r file message; do
+    run 1 -- pml check tree.pml "$file"; expect_err_line "check $file"
+    [[ $(cat err) == "zul: $file$message" ]] || fail "check $file: $(cat err)"
+done <<'EOF'
+two.pml|:3: text after the first node (a PML file holds one top node)
+cut.pml|:2: DecodeException: get type token
+missing.pml|: No such file or directory
+folder|: Is a directory
+EOF
+run 1 -- pml check two.pml cut.pml tree.pml
+[[ $(wc -l <err) == 2 ]] || fail "one line per bad file: $(cat err)"
+
+# ---- get ----
+while IFS='|' read -r path text; do
+    run 0 -- pml get "$examples/config.pml" "$path"; expect_out "$text" "get $path"
+done <<'EOF'
+server/port|8443
+/server/host|sync.example.org
+server/listen/[1]|::1
+folders/[1]/shared|/srv/team share
+greeting|Welcome back, "friend"!
+server/port/../../enable|1
+EOF
+run 0 -- pml get tree.pml names; expect_out $'names(\n    :s(a b)\n    :s(x)\n)' "get list"
+run 0 -- pml get tree.pml /; cmp -s out <("$zul" pml format tree.pml) || fail "get /"
+for path in nope names/[2] names/x/y /..; do
+    run 2 -- pml get tree.pml "$path"; expect_err_line "get $path"
+done
+run 1 -- pml get "$examples/broken.pml" server
+
+# ---- base64 ----
+printf Man >man.txt
+run 0 -- base64 encode man.txt; [[ $(od -An -c out | tr -d ' ') == 'TWFu\r\n' ]] || fail "Man"
+head -c 58 /dev/zero >z58
+run 0 -- base64 encode z58; [[ $(wc -l <out) == 2 && $(head -1 out | wc -c) == 78 ]] \
+    || fail "76-character lines"
+head -c 4099 /dev/urandom >random.bin
+"$zul" base64 encode random.bin | "$zul" base64 decode >back.bin
+cmp -s random.bin back.bin || fail "base64 round trip"
+printf ' TW\r\nF u ?' >spaced.txt
+run 0 spaced.txt -- base64 decode; expect_out Man "decode skips blanks"
+run 0 -- base64 encode empty.pml; expect_out "" "encode empty"
+run 1 -- base64 decode missing.b64; expect_err_line "decode missing"
+
+# ---- in-place ----
+cp tree.pml a.pml; chmod 640 a.pml; ln -s a.pml link.pml
+run 0 -- pml format -i -m compact link.pml
+[[ -L link.pml && $(stat -c %a a.pml) == 640 ]] || fail "in-place keeps link and mode"
+[[ $(cat a.pml) == 'cfg(level:int(3)names(:s(a b):s(x))dir("C:/tmp"))' ]] || fail "in-place text"
+cp "$examples/broken.pml" b.pml; cp tree.pml c.pml
+run 1 -- pml format --in-place b.pml c.pml
+cmp -s b.pml "$examples/broken.pml" || fail "a bad file stays whole"
+[[ $(cat c.pml) == "$simple" ]] || fail "the good file beside it is rewritten"
+run 2 -- pml format -i - c.pml
+[[ -z $(find . -name '.*zul-*') ]] || fail "temporary files left: $(find . -name '.*zul-*')"
+
+# ---- output errors ----
+if [[ -w /dev/full ]]; then
+    "$zul" pml format tree.pml >/dev/full 2>err; [[ $? == 1 ]] || fail "write error exit code"
+    expect_err_line "write error"
+fi
+
+if ((failures)); then echo "$failures failure(s)"; exit 1; fi
+echo "zul tool: all checks passed"

@@ -1,0 +1,81 @@
+// `zul base64`: Base64 encoding and decoding of a file or standard input.
+#include <zul/base/base64.h>
+#include <zul/base/base_type_bytes.h>
+#include <zul/base/base_type_string.h>
+
+#include <string>
+#include <vector>
+
+#include "tool.h"
+
+namespace zul {
+namespace tool {
+namespace {
+
+const char* const BASE64_HELP =
+    "Usage: zul base64 encode|decode [FILE]\n"
+    "\n"
+    "  encode   writes FILE (standard input when there is none, or for '-') as Base64 in\n"
+    "           lines of 76 characters ending with CR LF\n"
+    "  decode   writes the bytes of the Base64 text in FILE; characters outside the\n"
+    "           alphabet (line breaks, blanks) are skipped\n"
+    "\n"
+    "Options:\n"
+    "  -h, --help   show this help\n"
+    "\n"
+    "Exit status: 0 ok, 1 unreadable input or failed output, 2 usage error.\n";
+
+// Line break after the last encoded line, the same one that separates the lines.
+const char* const LINE_END = "\r\n";
+
+}  // namespace
+
+int base64Command(const std::vector<std::string>& args) {
+    const std::string cmd = "zul base64";
+    std::vector<std::string> operands;
+    bool options = true;
+    for (const std::string& a : args) {
+        if (options && a == "--") {
+            options = false;
+        } else if (options && isHelp(a)) {
+            return printHelp(BASE64_HELP);
+        } else if (options && a.size() > 1 && a[0] == '-') {
+            return usage("unknown option '" + a + "'", cmd);
+        } else {
+            operands.push_back(a);
+        }
+    }
+    if (operands.empty()) return usage("missing direction (encode or decode)", cmd);
+    const std::string& direction = operands[0];
+    if (direction != "encode" && direction != "decode") {
+        return usage("unknown direction '" + direction + "' (encode or decode)", cmd);
+    }
+    if (operands.size() > 2) return usage("at most one FILE", cmd);
+    std::string file = operands.size() == 2 ? operands[1] : std::string(STDIN_ARG);
+
+    std::string input;
+    std::string err;
+    if (!readAll(file, input, err)) {
+        error((file == STDIN_ARG ? std::string(STDIN_NAME) : file) + ": " + err);
+        return EXIT_BAD_INPUT;
+    }
+    bool ok;
+    if (direction == "encode") {
+        String text;
+        Base64::encode(istr(input.data(), input.size()), text);
+        if (!text.empty()) text += LINE_END;
+        ok = writeOut(text, err);
+    } else {
+        Bytes bytes;
+        Base64::decode(istr(input.data(), input.size()), bytes);
+        ok = writeOut(bytes.c_str(), bytes.size(), err);
+    }
+    if (!ok) {
+        error(err);
+        return EXIT_BAD_INPUT;
+    }
+    return EXIT_OK;
+}
+
+}  // namespace tool
+}  // namespace zul

@@ -1,0 +1,350 @@
+// `zul pml`: reformat, check and query PML files with the library's reader and writers.
+#include <zul/base/exception.h>
+#include <zul/pml/pml.h>
+
+#include <algorithm>
+#include <cctype>
+#include <string>
+#include <vector>
+
+#include "tool.h"
+
+namespace zul {
+namespace tool {
+namespace {
+
+using pml::ntv::Unit;
+
+const char* const PML_HELP =
+    "Usage: zul pml COMMAND [ARG...]\n"
+    "\n"
+    "Work with PML files.\n"
+    "\n"
+    "Commands:\n"
+    "  format   rewrite PML in one of the four layouts\n"
+    "  check    tell whether files are well-formed PML\n"
+    "  get      print the node at a path\n"
+    "\n"
+    "Run 'zul pml COMMAND --help' for the options of a command.\n";
+
+const char* const FORMAT_HELP =
+    "Usage: zul pml format [--mode MODE] [--pattern PARTS] [--in-place] [FILE...]\n"
+    "\n"
+    "Reads the PML of each FILE (standard input when there is none, or for '-') and writes\n"
+    "it again in the chosen layout to standard output, or back into the file.\n"
+    "\n"
+    "Options:\n"
+    "  -m, --mode MODE       compact, simple, mixed or formatted (default: formatted)\n"
+    "  -p, --pattern PARTS   comma-separated parts of each node to write: name, type,\n"
+    "                        value, path (a comment with the node's path; formatted only),\n"
+    "                        or none (default: name,type,value)\n"
+    "  -i, --in-place        replace each FILE with its reformatted text; a file is\n"
+    "                        replaced all at once and left alone when it does not parse\n"
+    "  -h, --help            show this help\n"
+    "\n"
+    "Comments are not kept. Exit status: 0 ok, 1 bad input, 2 usage error.\n";
+
+const char* const CHECK_HELP =
+    "Usage: zul pml check FILE...\n"
+    "\n"
+    "Reads each FILE ('-' for standard input) as PML. Prints nothing for a good file and\n"
+    "'zul: FILE:LINE: reason' on standard error for a bad one.\n"
+    "\n"
+    "Exit status: 0 when every file is well-formed, 1 otherwise, 2 usage error.\n";
+
+const char* const GET_HELP =
+    "Usage: zul pml get FILE PATH\n"
+    "\n"
+    "Prints the node of FILE ('-' for standard input) found at PATH: its text when it\n"
+    "holds one, otherwise the subtree as formatted PML.\n"
+    "\n"
+    "PATH is a list of steps separated by '/', starting below the top node: a child's name,\n"
+    "[N] for the unnamed child at index N, '..' for the parent. '/' alone is the top node.\n"
+    "The paths written by 'zul pml format --pattern name,type,value,path' can be used as\n"
+    "they are. Example: zul pml get config.pml server/listen/[0]\n"
+    "\n"
+    "Exit status: 0 found, 1 bad input, 2 no node at PATH or usage error.\n";
+
+std::string lower(std::string s) {
+    std::transform(s.begin(), s.end(), s.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return s;
+}
+
+bool parseMode(const std::string& text, pml::ShowMode& mode) {
+    static const struct {
+        const char* name;
+        pml::ShowMode mode;
+    } MODES[] = {{"compact", pml::COMPACT},
+                 {"simple", pml::SIMPLE},
+                 {"mixed", pml::MIXED},
+                 {"formatted", pml::FORMATTED}};
+    for (const auto& m : MODES) {
+        if (lower(text) == m.name) {
+            mode = m.mode;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool parsePattern(const std::string& text, pml::ShowPattern& pattern) {
+    static const struct {
+        const char* name;
+        pml::ShowPattern bit;
+    } PARTS[] = {{"name", pml::NAME},
+                 {"type", pml::TYPE},
+                 {"value", pml::VALUE},
+                 {"path", pml::PATH},
+                 {"none", pml::NONE}};
+    pattern = pml::NONE;
+    std::string::size_type start = 0;
+    for (;;) {
+        std::string::size_type comma = text.find(',', start);
+        std::string part = lower(text.substr(start, comma - start));
+        auto it = std::find_if(std::begin(PARTS), std::end(PARTS),
+                               [&](const auto& p) { return part == p.name; });
+        if (it == std::end(PARTS)) return false;
+        pattern |= it->bit;
+        if (comma == std::string::npos) return true;
+        start = comma + 1;
+    }
+}
+
+// The 1-based line of the character before `at` (the last one the reader consumed).
+size_t lineAt(const char* begin, const char* at) {
+    if (at > begin) --at;
+    return 1 + static_cast<size_t>(std::count(begin, at, '\n'));
+}
+
+std::string displayName(const std::string& arg) {
+    return arg == STDIN_ARG ? std::string(STDIN_NAME) : arg;
+}
+
+// Reads the file named `arg` into `root`. The whole text must be one node: anything but
+// blanks and comments after it would be lost by a rewrite, so it is an error here.
+bool readDocument(const std::string& arg, Unit& root, std::string& err) {
+    std::string name = displayName(arg);
+    std::string text;
+    std::string reason;
+    if (!readAll(arg, text, reason)) {
+        err = name + ": " + reason;
+        return false;
+    }
+    const char* const begin = text.c_str();
+    const char* const end = begin + text.size();
+    const char* p = begin;
+    try {
+        if (!pml::ntvFromPml(root, p)) {
+            err = name + ": cannot read the PML text";
+            return false;
+        }
+        // What follows is read as the content of a node: blanks and comments give an empty
+        // text; any other text or node makes it non-empty.
+        while (*p != '\0') {
+            const char* before = p;
+            Unit rest;
+            pml::ntvFromValueString(rest, p);
+            if (!rest.valueEmpty()) {
+                // Point at the last text read, not at the blanks the reader went past.
+                const char* last = p;
+                while (last > before && std::isspace(static_cast<unsigned char>(last[-1]))) {
+                    --last;
+                }
+                err = name + ":" + std::to_string(lineAt(begin, last)) +
+                      ": text after the first node (a PML file holds one top node)";
+                return false;
+            }
+            if (p == before) break;
+        }
+    } catch (const pml::DecodeException& e) {
+        err = name + ":" + std::to_string(lineAt(begin, p)) + ": " + e.msg();
+        return false;
+    }
+    if (p != end) {
+        err = name + ":" + std::to_string(lineAt(begin, p + 1)) + ": NUL byte in the text";
+        return false;
+    }
+    return true;
+}
+
+// The PML text of `root` in the given layout, with a final line break; empty for a file
+// that holds no node at all.
+String render(const Unit& root, pml::ShowMode mode, pml::ShowPattern pattern) {
+    String out;
+    if (root.empty()) return out;
+    pml::ntvToPml(root, out, mode, pattern);
+    out += "\n";
+    return out;
+}
+
+int formatCommand(const std::vector<std::string>& args) {
+    const std::string cmd = "zul pml format";
+    pml::ShowMode mode = pml::FORMATTED;
+    pml::ShowPattern pattern = pml::NAME | pml::TYPE | pml::VALUE;
+    bool inPlace = false;
+    std::vector<std::string> files;
+    bool options = true;
+    for (size_t i = 0; i < args.size(); ++i) {
+        std::string a = args[i];
+        if (!options || a == STDIN_ARG || a.empty() || a[0] != '-') {
+            files.push_back(a);
+            continue;
+        }
+        if (a == "--") {
+            options = false;
+            continue;
+        }
+        if (isHelp(a)) {
+            return printHelp(FORMAT_HELP);
+        }
+        if (a == "-i" || a == "--in-place") {
+            inPlace = true;
+            continue;
+        }
+        // Options with a value: "--mode X", "--mode=X", "-m X".
+        std::string value;
+        std::string::size_type eq = a.find('=');
+        std::string opt = a.substr(0, eq);
+        bool isMode = opt == "--mode" || opt == "-m";
+        bool isPattern = opt == "--pattern" || opt == "-p";
+        if (!isMode && !isPattern) return usage("unknown option '" + a + "'", cmd);
+        if (eq != std::string::npos) {
+            value = a.substr(eq + 1);
+        } else if (i + 1 < args.size()) {
+            value = args[++i];
+        } else {
+            return usage("option '" + a + "' needs a value", cmd);
+        }
+        if (isMode && !parseMode(value, mode)) {
+            return usage("unknown mode '" + value + "' (compact, simple, mixed, formatted)", cmd);
+        }
+        if (isPattern && !parsePattern(value, pattern)) {
+            return usage("bad pattern '" + value + "' (name, type, value, path or none)", cmd);
+        }
+    }
+    if (files.empty()) {
+        if (inPlace) return usage("--in-place needs at least one FILE", cmd);
+        files.push_back(STDIN_ARG);
+    }
+    if (inPlace && std::count(files.begin(), files.end(), STDIN_ARG) != 0) {
+        return usage("--in-place cannot rewrite standard input", cmd);
+    }
+
+    int status = EXIT_OK;
+    for (const std::string& f : files) {
+        Unit root;
+        std::string err;
+        if (!readDocument(f, root, err)) {
+            error(err);
+            status = EXIT_BAD_INPUT;
+            continue;
+        }
+        String text = render(root, mode, pattern);
+        bool ok = inPlace ? replaceFile(f, text, err) : writeOut(text, err);
+        if (!ok) {
+            error(inPlace ? f + ": " + err : err);
+            status = EXIT_BAD_INPUT;
+            if (!inPlace) break;  // standard output is gone: the rest would fail too
+        }
+    }
+    return status;
+}
+
+int checkCommand(const std::vector<std::string>& args) {
+    const std::string cmd = "zul pml check";
+    std::vector<std::string> files;
+    bool options = true;
+    for (const std::string& a : args) {
+        if (options && a == "--") {
+            options = false;
+        } else if (options && isHelp(a)) {
+            return printHelp(CHECK_HELP);
+        } else if (options && a.size() > 1 && a[0] == '-') {
+            return usage("unknown option '" + a + "'", cmd);
+        } else {
+            files.push_back(a);
+        }
+    }
+    if (files.empty()) return usage("no FILE to check", cmd);
+    int status = EXIT_OK;
+    for (const std::string& f : files) {
+        Unit root;
+        std::string err;
+        if (!readDocument(f, root, err)) {
+            error(err);
+            status = EXIT_BAD_INPUT;
+        }
+    }
+    return status;
+}
+
+int getCommand(const std::vector<std::string>& args) {
+    const std::string cmd = "zul pml get";
+    std::vector<std::string> operands;
+    bool options = true;
+    for (const std::string& a : args) {
+        if (options && a == "--") {
+            options = false;
+        } else if (options && isHelp(a)) {
+            return printHelp(GET_HELP);
+        } else if (options && a.size() > 1 && a[0] == '-') {
+            return usage("unknown option '" + a + "'", cmd);
+        } else {
+            operands.push_back(a);
+        }
+    }
+    if (operands.size() != 2) return usage("expected FILE and PATH", cmd);
+    const std::string& file = operands[0];
+    const std::string& path = operands[1];
+
+    Unit root;
+    std::string err;
+    if (!readDocument(file, root, err)) {
+        error(err);
+        return EXIT_BAD_INPUT;
+    }
+    // Each step is one key of the tree's own lookup; const, so that nothing is created.
+    const Unit* node = &root;
+    std::string::size_type start = 0;
+    while (start <= path.size()) {
+        std::string::size_type slash = std::min(path.find('/', start), path.size());
+        std::string step = path.substr(start, slash - start);
+        start = slash + 1;
+        if (step.empty()) continue;
+        node = node->at(istr(step));
+        if (node == nullptr) {
+            error(displayName(file) + ": no node at '" + path + "' (step '" + step + "')");
+            return EXIT_USAGE;
+        }
+    }
+    String out;
+    if (node->simple()) {
+        istr text = node->getStringValue();
+        out.append(text.data == nullptr ? "" : text.data, text.size);
+        out += "\n";
+    } else {
+        out = render(*node, pml::FORMATTED, pml::NAME | pml::TYPE | pml::VALUE);
+    }
+    if (!writeOut(out, err)) {
+        error(err);
+        return EXIT_BAD_INPUT;
+    }
+    return EXIT_OK;
+}
+
+}  // namespace
+
+int pmlCommand(const std::vector<std::string>& args) {
+    if (args.empty()) return usage("missing command (format, check or get)", "zul pml");
+    const std::string& sub = args[0];
+    std::vector<std::string> rest(args.begin() + 1, args.end());
+    if (isHelp(sub)) return printHelp(PML_HELP);
+    if (sub == "format") return formatCommand(rest);
+    if (sub == "check") return checkCommand(rest);
+    if (sub == "get") return getCommand(rest);
+    return usage("unknown command 'pml " + sub + "'", "zul pml");
+}
+
+}  // namespace tool
+}  // namespace zul

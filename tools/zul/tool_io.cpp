@@ -1,0 +1,145 @@
+// Input, output and error reporting of the zul tool: whole-file reads, checked writes to
+// standard output and the all-or-nothing replacement of a file.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "tool.h"
+
+namespace zul {
+namespace tool {
+
+const char* const STDIN_NAME = "<stdin>";
+const char* const STDIN_ARG = "-";
+
+void error(const std::string& text) {
+    std::string line = "zul: " + text + "\n";
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+int usage(const std::string& text, const std::string& command) {
+    error(text + " (try '" + command + " --help')");
+    return EXIT_USAGE;
+}
+
+bool isHelp(const std::string& arg) {
+    return arg == "-h" || arg == "--help";
+}
+
+namespace {
+
+std::string systemError() {
+    return std::strerror(errno);
+}
+
+// Reads everything from `fd` into `out`; false with errno set on a read error.
+bool readFd(int fd, std::string& out) {
+    char buf[65536];
+    for (;;) {
+        ssize_t n = ::read(fd, buf, sizeof buf);
+        if (n > 0) {
+            out.append(buf, static_cast<size_t>(n));
+        } else if (n == 0) {
+            return true;
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+}
+
+bool writeFd(int fd, const char* data, size_t size) {
+    while (size > 0) {
+        ssize_t n = ::write(fd, data, size);
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            return false;
+        }
+        data += n;
+        size -= static_cast<size_t>(n);
+    }
+    return true;
+}
+
+}  // namespace
+
+bool readAll(const std::string& name, std::string& out, std::string& err) {
+    out.clear();
+    if (name == STDIN_ARG) {
+        if (!readFd(STDIN_FILENO, out)) {
+            err = systemError();
+            return false;
+        }
+        return true;
+    }
+    int fd = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        err = systemError();
+        return false;
+    }
+    bool ok = readFd(fd, out);
+    if (!ok) err = systemError();  // a folder fails here with "Is a directory"
+    ::close(fd);
+    return ok;
+}
+
+int printHelp(const char* text) {
+    std::string err;
+    if (writeOut(text, std::strlen(text), err)) return EXIT_OK;
+    error(err);
+    return EXIT_BAD_INPUT;
+}
+
+bool writeOut(const char* data, size_t size, std::string& err) {
+    if (!writeFd(STDOUT_FILENO, data, size)) {
+        err = "cannot write to standard output: " + systemError();
+        return false;
+    }
+    return true;
+}
+
+bool replaceFile(const std::string& path, const std::string& content, std::string& err) {
+    // Work on the file a symbolic link points to, so the link itself survives.
+    std::string target = path;
+    if (char* real = ::realpath(path.c_str(), nullptr)) {
+        target = real;
+        std::free(real);
+    }
+    struct stat st;
+    if (::stat(target.c_str(), &st) != 0) {
+        err = systemError();
+        return false;
+    }
+    std::string::size_type slash = target.rfind('/');
+    std::string dir = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
+    std::string base = slash == std::string::npos ? target : target.substr(slash + 1);
+    std::string tmp = dir + "." + base + ".zul-XXXXXX";
+
+    std::vector<char> name(tmp.begin(), tmp.end());
+    name.push_back('\0');
+    int fd = ::mkstemp(name.data());
+    if (fd < 0) {
+        err = "cannot create a temporary file beside it: " + systemError();
+        return false;
+    }
+    bool ok = writeFd(fd, content.data(), content.size()) &&
+              ::fchmod(fd, st.st_mode & 07777) == 0 && ::fsync(fd) == 0;
+    if (!ok) err = "cannot write the new text: " + systemError();
+    if (::close(fd) != 0 && ok) {
+        ok = false;
+        err = "cannot write the new text: " + systemError();
+    }
+    if (ok && ::rename(name.data(), target.c_str()) != 0) {
+        ok = false;
+        err = "cannot replace the file: " + systemError();
+    }
+    if (!ok) ::unlink(name.data());
+    return ok;
+}
+
+}  // namespace tool
+}  // namespace zul
