@@ -11,6 +11,10 @@
 
 namespace {
 
+using testing::internal::CaptureStdout;
+using testing::internal::GetCapturedStdout;
+constexpr char const* kFile = "tests/alloc";
+
 struct Probe {
     static inline std::atomic<int> alive{0};
     int v;
@@ -22,12 +26,14 @@ struct Thrower {
     Thrower() { throw std::runtime_error("ctor"); }
 };
 
-constexpr char const* kFile = "tests/alloc";
-
-std::string ptrText(void const* p) {
-    std::ostringstream os;
-    os << p;
-    return os.str();
+// A tracked object made and released the way the library does it.
+Probe* make(unsigned line, int v = 0) {
+    return zul::allocate_push_maybe(zul::allocate_no_mlc<Probe>(kFile, line, "make", v), kFile,
+                                    line, "make");
+}
+void drop(Probe*& p) {
+    zul::destroy_pop_maybe(p, kFile, 20, "drop");
+    zul::destroy_no_mlc(p, kFile, 20, "drop");
 }
 
 class MemLeakCheckerTest : public ::testing::Test {
@@ -41,72 +47,64 @@ class MemLeakCheckerTest : public ::testing::Test {
 };
 
 TEST_F(MemLeakCheckerTest, TrackedObjectIsRecordedUntilReleased) {
-    Probe* p = zul::allocate_push_maybe(zul::allocate_no_mlc<Probe>(kFile, 10, "make", 7), kFile,
-                                        10, "make");
-    ASSERT_NE(p, nullptr);
+    Probe* p = make(10, 7);
     EXPECT_EQ(p->v, 7);
     EXPECT_EQ(checker()->size(), 1u);
     EXPECT_EQ(checker()->count(zul::Current(kFile, 10, "make")), 1u);
-
-    zul::destroy_pop_maybe(p, kFile, 20, "drop");
-    zul::destroy_no_mlc(p, kFile, 20, "drop");
+    drop(p);
     EXPECT_EQ(p, nullptr);
     EXPECT_EQ(Probe::alive, 0);
     EXPECT_EQ(checker()->size(), 0u);
-}
 
-TEST_F(MemLeakCheckerTest, StoppedCheckerKeepsNothingAndAnswersTrue) {
-    int y = 0;
-    checker()->push(&y, kFile, 1, "f");
-    checker()->stop();  // deletes the checker; the next instance() is a new, stopped one
-    zul::MemLeakChecker::destroy();
-    zul::MemLeakChecker::destroy();  // absent: a no-op
-    EXPECT_FALSE(checker()->started());
-    int x = 0;
-    checker()->push(&x, kFile, 1, "f");
-    EXPECT_EQ(checker()->size(), 0u);
-    testing::internal::CaptureStdout();
-    EXPECT_TRUE(checker()->pop(&x, kFile, 2, "g"));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    EXPECT_FALSE(checker()->pop(nullptr, kFile, 2, "g"));
-}
-
-TEST_F(MemLeakCheckerTest, DumpLinesEchoRecordsAndReleases) {
-    int x = 0;
-    std::string const px = ptrText(&x);
-    checker()->dumpOn();
-    testing::internal::CaptureStdout();
-    checker()->push(&x, kFile, 5, "mk");
-    EXPECT_TRUE(checker()->pop(&x, kFile, 6, "rm"));
-    EXPECT_FALSE(checker()->pop(&x, kFile, 7, "rm"));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(),
-              "+++ " + px + " mk(tests/alloc:5)\n" +                          //
-                  "--- " + px + " mk(tests/alloc:5) (rm(tests/alloc:6))\n" +  //
-                  "--- " + px + " (rm(tests/alloc:7))\n" +                    //
-                  "[NOTICE] not found pointer rm(tests/alloc:7)\n");
-    checker()->dumpOff();
-    testing::internal::CaptureStdout();
-    checker()->push(&x, kFile, 5, "mk");
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    EXPECT_EQ(checker()->size(), 1u);  // records survive dumpOff
-    EXPECT_TRUE(checker()->pop(&x, kFile, 6, "rm"));
-}
-
-TEST_F(MemLeakCheckerTest, ThrowingConstructorLeavesNothing) {
+    // A throwing constructor leaves neither memory nor a record.
     EXPECT_THROW(
         zul::allocate_push_maybe(zul::allocate_no_mlc<Thrower>(kFile, 1, "t"), kFile, 1, "t"),
         std::runtime_error);
     EXPECT_EQ(checker()->size(), 0u);
 }
 
-TEST_F(MemLeakCheckerTest, PushOfRecordedAddressReplacesTheRecord) {
+TEST_F(MemLeakCheckerTest, StoppedCheckerKeepsNothingAndAnswersTrue) {
+    int x = 0, y = 0;
+    checker()->push(&y, kFile, 1, "f");
+    checker()->stop();  // deletes the checker; the next instance() is a new, stopped one
+    zul::MemLeakChecker::destroy();
+    zul::MemLeakChecker::destroy();  // absent: a no-op
+    EXPECT_FALSE(checker()->started());
+    checker()->push(&x, kFile, 1, "f");
+    EXPECT_EQ(checker()->size(), 0u);
+    CaptureStdout();
+    EXPECT_TRUE(checker()->pop(&x, kFile, 2, "g"));
+    EXPECT_EQ(GetCapturedStdout(), "");
+    EXPECT_FALSE(checker()->pop(nullptr, kFile, 2, "g"));
+}
+
+TEST_F(MemLeakCheckerTest, DumpLinesEchoRecordsAndReleases) {
     int x = 0;
-    checker()->push(&x, kFile, 1, "old");
-    checker()->push(&x, kFile, 2, "new");
+    std::ostringstream os;
+    os << &x;
+    std::string const px = os.str();
+    checker()->dumpOn();
+    CaptureStdout();
+    checker()->push(&x, kFile, 5, "mk");
+    EXPECT_TRUE(checker()->pop(&x, kFile, 6, "rm"));
+    EXPECT_FALSE(checker()->pop(&x, kFile, 7, "rm"));
+    std::string const want = "+++ " + px + " mk(tests/alloc:5)\n" +                      //
+                             "--- " + px + " mk(tests/alloc:5) (rm(tests/alloc:6))\n" +  //
+                             "--- " + px + " (rm(tests/alloc:7))\n" +                    //
+                             "[NOTICE] not found pointer rm(tests/alloc:7)\n";
+    EXPECT_EQ(GetCapturedStdout(), want);
+    checker()->dumpOff();
+    CaptureStdout();
+    checker()->push(&x, kFile, 5, "mk");
+    EXPECT_EQ(GetCapturedStdout(), "");
+    EXPECT_EQ(checker()->size(), 1u);  // records survive dumpOff
+
+    // Pushing a recorded address keeps one record, with the newer location.
+    checker()->push(&x, kFile, 8, "new");
     EXPECT_EQ(checker()->size(), 1u);
-    EXPECT_EQ(checker()->count(zul::Current(kFile, 1, "old")), 0u);
-    EXPECT_EQ(checker()->count(zul::Current(kFile, 2, "new")), 1u);
-    EXPECT_TRUE(checker()->pop(&x, kFile, 3, "rm"));
+    EXPECT_EQ(checker()->count(zul::Current(kFile, 5, "mk")), 0u);
+    EXPECT_EQ(checker()->count(zul::Current(kFile, 8, "new")), 1u);
+    EXPECT_TRUE(checker()->pop(&x, kFile, 9, "rm"));
 }
 
 TEST_F(MemLeakCheckerTest, ArraysPairLocatedNewWithArrayDelete) {
@@ -118,41 +116,34 @@ TEST_F(MemLeakCheckerTest, ArraysPairLocatedNewWithArrayDelete) {
     zul::destroy_a(bytes, kFile, 4, "d");
     EXPECT_EQ(bytes, nullptr);
     zul::destroy_pop(text, kFile, 5, "e");
-    delete[] text;
     zul::destroy_pop(wide, kFile, 6, "f");
+    delete[] text;
     delete[] wide;
     EXPECT_EQ(checker()->size(), 0u);
 }
 
 TEST_F(MemLeakCheckerTest, ConcurrentHelpersKeepTheRecordsConsistent) {
-    constexpr int kThreads = 8;
-    constexpr int kRounds = 2000;
+    constexpr int kThreads = 8, kRounds = 2000;
+    constexpr size_t kKept = kThreads * kRounds / 4;
     std::vector<std::thread> threads;
     std::vector<std::vector<Probe*>> kept(kThreads);
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([t, &kept] {
             for (int i = 0; i < kRounds; ++i) {
-                Probe* p = zul::allocate_push_maybe(zul::allocate_no_mlc<Probe>(kFile, 1, "c"),
-                                                    kFile, 1, "c");
+                Probe* p = make(1);
                 if (i % 4 == 0) {
                     kept[t].push_back(p);
                 } else {
-                    zul::destroy_pop_maybe(p, kFile, 2, "d");
-                    zul::destroy_no_mlc(p, kFile, 2, "d");
+                    drop(p);
                 }
             }
         });
     }
     for (auto& th : threads) th.join();
-    EXPECT_EQ(checker()->size(), static_cast<size_t>(kThreads * kRounds / 4));
-    EXPECT_EQ(checker()->count(zul::Current(kFile, 1, "c")),
-              static_cast<size_t>(kThreads * kRounds / 4));
-    for (auto& v : kept) {
-        for (Probe* p : v) {
-            EXPECT_TRUE(zul::MemLeakChecker::instance()->pop(p, kFile, 2, "d"));
-            zul::destroy_no_mlc(p, kFile, 2, "d");
-        }
-    }
+    EXPECT_EQ(checker()->size(), kKept);
+    EXPECT_EQ(checker()->count(zul::Current(kFile, 1, "make")), kKept);
+    for (auto& v : kept)
+        for (Probe* p : v) drop(p);
     EXPECT_EQ(checker()->size(), 0u);
 }
 

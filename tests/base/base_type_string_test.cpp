@@ -11,6 +11,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -34,17 +35,14 @@ TEST(IstrView, ConstructionMeasuresAndClamps) {
     const char gap[] = {'a', 'b', '\0', 'c', 'd'};
     const unsigned char bytes[] = "xyz";
     const char* nul = nullptr;
-    struct Row {
-        istr view;
-        size_t size;
-    } rows[] = {
+    const std::pair<istr, size_t> rows[] = {
         // clang-format off
         {istr("abc"), 3}, {istr(nul), 0}, {istr(gap), 2}, {istr(gap, 5), 5}, {istr(nul, 7), 0},
         {istr(bytes), 3}, {istr(std::string("12345")), 5}, {istr(istr("hello"), 2), 2},
         {istr(istr("hi"), 9), 2},
         // clang-format on
     };
-    for (const Row& r : rows) EXPECT_EQ(r.view.size, r.size) << str(r.view);
+    for (auto [view, size] : rows) EXPECT_EQ(view.size, size) << str(view);
     static_assert(sizeof(istr) == 16 && sizeof(ostr) == 16 &&
                   sizeof(String) == sizeof(std::string));
 }
@@ -74,10 +72,7 @@ TEST(IstrCompare, UnsignedBytesNullFirstShorterFirst) {
 
 TEST(IstrSlices, ClampToTheView) {
     const istr h("hello");
-    struct Row {
-        istr got;
-        const char* want;
-    } rows[] = {
+    const std::pair<istr, const char*> rows[] = {
         // clang-format off
         {h.rightstr(10), "hello"}, {h.rightstr(npos), "hello"}, {h.rightstr(2), "lo"},
         {h.rightstr(0), ""}, {h.substr(10, 2), ""}, {h.substr(1, 3), "ell"}, {h.substr(3), "lo"},
@@ -86,7 +81,7 @@ TEST(IstrSlices, ClampToTheView) {
         {h.removeRight(istr("zzz")), "he"},
         // clang-format on
     };
-    for (const Row& r : rows) EXPECT_EQ(str(r.got), r.want);
+    for (auto [got, want] : rows) EXPECT_EQ(str(got), want);
     EXPECT_EQ(h.substr(10, 2).data, h.data + 5);
     EXPECT_EQ(istr().substr(3, 3).data, nullptr);
 
@@ -216,17 +211,17 @@ TEST(StringBasics, NullTolerantConstructionAssignmentAndAppend) {
         static_cast<unsigned char>('f');
     EXPECT_EQ(s, "ambcdef");
     EXPECT_FALSE(!s);
+    EXPECT_NE(static_cast<void*>(s), nullptr);
     EXPECT_TRUE(!String());
     EXPECT_EQ(static_cast<void*>(String()), nullptr);
     EXPECT_TRUE(String("\x80") > String("a"));  // the standard comparison is unsigned too
     EXPECT_EQ(&String::null(), &String::null());
     EXPECT_TRUE(String::null().empty());
 
-    struct Trim {
-        const char *in, *out;
-    } trims[] = {{"\"x\"", "x"},         {"\"", "\""}, {"\"x", "\"x"}, {"\"\"", ""},
-                 {"\"\"x\"\"", "\"x\""}, {"", ""},     {"x\"", "x\""}, {"'x'", "'x'"}};
-    for (const Trim& t : trims) EXPECT_EQ(String(t.in).trimLeftRight('"'), t.out) << t.in;
+    const std::pair<const char*, const char*> trims[] = {
+        {"\"x\"", "x"},         {"\"", "\""}, {"\"x", "\"x"}, {"\"\"", ""},
+        {"\"\"x\"\"", "\"x\""}, {"", ""},     {"x\"", "x\""}, {"'x'", "'x'"}};
+    for (auto [in, out] : trims) EXPECT_EQ(String(in).trimLeftRight('"'), out) << in;
 }
 
 template <class T>
@@ -404,10 +399,7 @@ struct Dots {
 
 TEST(StringRefColumns, AlignedWritesLandAtFixedPlaces) {
     using R = zul::StringRef;
-    struct Row {
-        void (*op)(R&);
-        const char* want;
-    } rows[] = {
+    const std::pair<void (*)(R&), const char*> rows[] = {
         {[](R& r) { r.right(istr("abc")); }, "...... abc"},
         {[](R& r) { r.center(istr("abcdefghijkl")); }, " cdefghij "},
         {[](R& r) { r.center(istr("ab")); }, "... ab ..."},
@@ -421,10 +413,10 @@ TEST(StringRefColumns, AlignedWritesLandAtFixedPlaces) {
         {[](R& r) { r.left(istr("abcdefgh")).right(istr("xyz")); }, "abcdef xyz"},
         {[](R& r) { r.left(istr()).right(istr("")).center(istr()).right('x', 0); }, ".........."},
     };
-    for (const Row& r : rows) {
+    for (auto [op, want] : rows) {
         Dots d;
-        r.op(d.ref);
-        EXPECT_EQ(d.text(), r.want);
+        op(d.ref);
+        EXPECT_EQ(d.text(), want);
         EXPECT_EQ(d.ref.curSize(), 0u);  // alignment never advances
     }
 }
@@ -452,14 +444,12 @@ TEST(StringRefColumns, FillAndAppendAdvanceAndStopAtTheEnd) {
 }
 
 TEST(CharrayFill, CopiesClampAndTerminate) {
-    struct Row {
-        size_t n;
-        const char* want;
-    } rows[] = {{0, ""}, {2, "xx"}, {4, "xxxx"}, {5, "xxxx"}, {npos, "xxxx"}};
-    for (const Row& r : rows) {
-        zul::charray<4> a('x', r.n);
-        EXPECT_STREQ(a.c_str(), r.want);
-        EXPECT_EQ(static_cast<istr>(a).size, std::strlen(r.want));
+    const std::pair<size_t, const char*> rows[] = {
+        {0, ""}, {2, "xx"}, {4, "xxxx"}, {5, "xxxx"}, {npos, "xxxx"}};
+    for (auto [n, want] : rows) {
+        zul::charray<4> a('x', n);
+        EXPECT_STREQ(a.c_str(), want);
+        EXPECT_EQ(static_cast<istr>(a).size, std::strlen(want));
     }
     EXPECT_EQ(sizeof(zul::charray<64>), 65u);
     EXPECT_EQ(zul::charray<64>().out().capacity, 65u);

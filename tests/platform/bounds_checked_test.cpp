@@ -215,13 +215,12 @@ TEST(BoundsCheckedSnprintf, ViolationsEmptyTheDestination) {
     const char* nul = nullptr;
     const wchar_t* wnul = nullptr;
     int count = 0;
-    char buf[32];
+    char buf[32] = "untouched";
     auto f = [&](const char* format, auto... args) {
         return formatV(buf, sizeof buf, format, args...);
     };
 
     // Without a usable destination nothing is written.
-    std::strcpy(buf, "untouched");
     EXPECT_LT(zul::snprintf_s(buf, 0, "x"), 0);
     EXPECT_LT(zul::snprintf_s(buf, kHuge, "x"), 0);
     EXPECT_STREQ(buf, "untouched");
@@ -268,11 +267,10 @@ TEST(BoundsCheckedSscanf, TextDestinationsAreSized) {
 
     // %c needs no terminator: exactly width elements.
     char c[3] = {'#', '#', '#'};
+    EXPECT_EQ(zul::sscanf_s("xyz", "%3c", c, static_cast<zul::rsize_t>(2)), 0);
+    EXPECT_EQ(std::string(c, 3), "###");
     EXPECT_EQ(zul::sscanf_s("xyz", "%3c", c, sizeof c), 1);
     EXPECT_EQ(std::string(c, 3), "xyz");
-    char c2[3] = {'#', '#', '#'};
-    EXPECT_EQ(zul::sscanf_s("xyz", "%3c", c2, static_cast<zul::rsize_t>(2)), 0);
-    EXPECT_EQ(std::string(c2, 3), "###");
     char one;
     EXPECT_EQ(zul::sscanf_s(" q", "%c", &one, static_cast<zul::rsize_t>(1)), 1);
     EXPECT_EQ(one, ' ');

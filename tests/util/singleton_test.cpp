@@ -62,21 +62,19 @@ TEST(Singleton, SixteenRacingThreadsGetOneObject) {
 
     S::destroy();
     EXPECT_EQ(Racy::gone.load(), 1);
-    EXPECT_EQ(S::instance(SITE) == nullptr, false);  // a fresh object
+    EXPECT_NE(S::instance(SITE), nullptr);  // a fresh object
     EXPECT_EQ(Racy::made.load(), 2);
     S::destroy();
     EXPECT_EQ(Racy::gone.load(), 2);
 }
 
-TEST(Singleton, DestroyOfNeverCreatedIsANoOp) {
+TEST(Singleton, DestroyBeforeCreationAndThrowingConstructor) {
+    zul::Singleton_T<NeverMade>::destroy();  // never created: a no-op
     zul::Singleton_T<NeverMade>::destroy();
+    EXPECT_NE(zul::Singleton_T<NeverMade>::instance(SITE), nullptr);
     zul::Singleton_T<NeverMade>::destroy();
-    NeverMade* p = zul::Singleton_T<NeverMade>::instance(SITE);
-    EXPECT_NE(p, nullptr);
-    zul::Singleton_T<NeverMade>::destroy();
-}
 
-TEST(Singleton, ThrowingConstructorLeavesPointerNullAndRetries) {
+    // A failed creation leaves the pointer null, so the next call tries again.
     using S = zul::Singleton_T<Fragile>;
     Fragile::failuresLeft = 2;
     EXPECT_THROW(S::instance(SITE), std::runtime_error);
@@ -89,13 +87,12 @@ TEST(Singleton, ThrowingConstructorLeavesPointerNullAndRetries) {
 
 TEST(Singleton, CreationAndDestroyAreSeenByTheLeakChecker) {
     zul::MemLeakChecker::destroy();
-    zul::MemLeakChecker::instance()->start();
-    using S = zul::Singleton_T<Tracked>;
-    S::instance("tests/singleton", 12, "make");
-    EXPECT_EQ(zul::MemLeakChecker::instance()->count(zul::Current("tests/singleton", 12, "make")),
-              1u);
-    S::destroy();
-    EXPECT_EQ(zul::MemLeakChecker::instance()->size(), 0u);
+    zul::MemLeakChecker* m = zul::MemLeakChecker::instance();
+    m->start();
+    zul::Singleton_T<Tracked>::instance("tests/singleton", 12, "make");
+    EXPECT_EQ(m->count(zul::Current("tests/singleton", 12, "make")), 1u);
+    zul::Singleton_T<Tracked>::destroy();
+    EXPECT_EQ(m->size(), 0u);
     zul::MemLeakChecker::destroy();
 }
 
