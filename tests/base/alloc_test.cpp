@@ -147,4 +147,31 @@ TEST_F(MemLeakCheckerTest, ConcurrentHelpersKeepTheRecordsConsistent) {
     EXPECT_EQ(checker()->size(), 0u);
 }
 
+// The helpers skip a stopped checker without calling it; they must see every start().
+TEST_F(MemLeakCheckerTest, HelpersFollowEveryStartAndStop) {
+    checker()->stop();
+    Probe* before = make(30);  // made through a fresh, stopped checker: not recorded
+    EXPECT_FALSE(checker()->started());
+    EXPECT_EQ(checker()->size(), 0u);
+    checker()->start();
+    Probe* after = make(31);
+    EXPECT_EQ(checker()->size(), 1u);
+    CaptureStdout();
+    drop(before);
+    EXPECT_EQ(GetCapturedStdout(), "[NOTICE] not found pointer drop(tests/alloc:20)\n");
+    drop(after);
+    EXPECT_EQ(checker()->size(), 0u);
+
+    zul::MemLeakChecker::destroy();
+    Probe* again = make(32);  // the helper creates the checker again, stopped
+    checker()->start();
+    Probe* kept = make(33);
+    EXPECT_EQ(checker()->count(zul::Current(kFile, 33, "make")), 1u);
+    drop(kept);
+    CaptureStdout();
+    drop(again);
+    EXPECT_NE(GetCapturedStdout().find("not found pointer"), std::string::npos);
+    EXPECT_EQ(Probe::alive, 0);
+}
+
 }  // namespace

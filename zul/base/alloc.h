@@ -4,6 +4,7 @@
 
 #include <zul/base/api.h>
 
+#include <atomic>
 #include <cstddef>
 #include <new>
 #include <utility>
@@ -27,6 +28,16 @@ namespace detail {
 ZUL_API void checkerPush(void const* p, char const* file, unsigned int line, char const* func);
 ZUL_API bool checkerPop(void const* p, char const* file, unsigned int line, char const* func);
 
+/// True while the leak checker exists and is stopped, so that a push or pop would do
+/// nothing: the helpers then skip the out-of-line call. Set only by the checker: before a
+/// new (stopped) checker is published, cleared by start(), stop() and destroy(). Read
+/// without a lock, like the checker's own started flag.
+ZUL_API extern std::atomic<bool> g__checkerIdle;
+
+inline bool checkerIdle() noexcept {
+    return g__checkerIdle.load(std::memory_order_relaxed);
+}
+
 }  // namespace detail
 
 /// Creates `T(args...)` in memory from the located operator new. A throwing constructor
@@ -46,7 +57,7 @@ T* allocate_no_mlc(char const* file, unsigned int line, char const* func, Args&&
 /// Records a non-null `p` with the leak checker (kept only while it is started); returns `p`.
 template <class T>
 T* allocate_push_maybe(T* p, char const* file, unsigned int line, char const* func) {
-    if (p != nullptr) {
+    if (p != nullptr && !detail::checkerIdle()) {
         detail::checkerPush(p, file, line, func);
     }
     return p;
@@ -55,7 +66,7 @@ T* allocate_push_maybe(T* p, char const* file, unsigned int line, char const* fu
 /// Removes the record of a non-null `p` from the leak checker. Does not delete.
 template <class T>
 void destroy_pop_maybe(T* p, char const* file, unsigned int line, char const* func) {
-    if (p != nullptr) {
+    if (p != nullptr && !detail::checkerIdle()) {
         detail::checkerPop(p, file, line, func);
     }
 }

@@ -1,10 +1,11 @@
 // The PML reader: syntax constants, the lexer over stream and pointer sources, and the
-// recursive parser that turns PML text into zul::pml::ntv::Unit nodes (char and wchar_t).
+// recursive parser that turns PML text into zul::ntv::Unit nodes (char and wchar_t).
 #pragma once
 
 #include <zul/base/exception.h>
 #include <zul/base/raise.h>
 #include <zul/pml/ntv_detail.h>
+#include <zul/pml/ntv_listvalue.h>
 #include <zul/pml/ntv_unit.h>
 #include <zul/pml/pml_reader.h>
 #include <zul/util/util_func.h>
@@ -13,8 +14,10 @@
 #include <exception>
 #include <fstream>
 #include <istream>
+#include <memory>
 #include <string>
 #include <type_traits>
+#include <vector>
 
 namespace zul {
 namespace pml {
@@ -163,6 +166,32 @@ inline void pmlStoreText(String& out, const std::wstring& token) {
     }
     out.assign(token.begin(), token.end());  // plain ASCII converts element by element
 }
+
+/// The children read so far for every list still open, innermost last. A list takes its
+/// children over in one step when it ends, so its storage is sized once and exactly. The
+/// entries live in blocks of a fixed size below the allocator's large-request size:
+/// collecting them never makes a large request, which with glibc would first merge every
+/// small block freed so far (the nodes of a tree destroyed before this parse, for one).
+class PmlPending {
+  public:
+    std::size_t size() const { return size_; }
+    ntv::Unit* operator[](std::size_t i) const { return blocks_[i / kBlock]->at[i % kBlock]; }
+    void push_back(ntv::Unit* u) {
+        if (size_ == blocks_.size() * kBlock) blocks_.push_back(std::make_unique<Block>());
+        blocks_[size_ / kBlock]->at[size_ % kBlock] = u;
+        ++size_;
+    }
+    /// Forgets the entries from `n` on; the blocks are kept for reuse.
+    void truncate(std::size_t n) { size_ = n; }
+
+  private:
+    static constexpr std::size_t kBlock = 120;  // 960 bytes
+    struct Block {
+        ntv::Unit* at[kBlock];
+    };
+    std::vector<std::unique_ptr<Block>> blocks_;
+    std::size_t size_ = 0;
+};
 
 /// The view type that doParser takes for a character type.
 template <class CharT>
@@ -373,7 +402,7 @@ class pmlLexer {
     /// recognised only where "(" would end the token, and swallow the blanks after them.
     bool getToken(string_type& token, TokenFlag& flag) {
         token.clear();
-        char_type c;
+        char_type c{};
         if (!src_.__skip_blank(c)) return false;
         for (;;) {
             switch (c) {
@@ -382,7 +411,7 @@ class pmlLexer {
                     flag = TOKEN_TYPE_IDENTITY;
                     return true;
                 case K::LEFT_TAG_CHAR: {
-                    char_type next;
+                    char_type next{};
                     if (!src_.peek(next)) return false;
                     if (next != K::COMMENT_CHAR) {
                         detail::pmlTrimRight(token);
@@ -422,10 +451,10 @@ class pmlLexer {
     /// pair are consumed together. False when the input ends inside the comment.
     bool skipComment() {
         std::size_t depth = 1;
-        char_type c;
+        char_type c{};
         if (!src_.findCommentMark(c)) return false;
         for (;;) {
-            char_type next;
+            char_type next{};
             if (!src_.get(next)) return false;
             if (c == K::COMMENT_CHAR && next == K::RIGHT_TAG_CHAR) {
                 if (--depth == 0) return true;
@@ -522,20 +551,49 @@ class pmlParserBase {
         zul::detail::ntvDelete(u, __FILE__, __LINE__, "__doParser");
     }
 
-    /// One open list: restores current_ and the depth, and destroys the child being read
-    /// unless it was handed to the list, however the level is left.
+    /// Appends the children collected for `node` since `from` to its list, in order; a
+    /// child that cannot be added (a duplicate name: the first of a name wins) is
+    /// destroyed. False when addChild refused one (the rest are destroyed too).
+    bool adopt(ntv::Unit* node, std::size_t from) noexcept {
+        const std::size_t n = pending_.size();
+        bool ok = true;
+        try {
+            static_cast<ntv::ListValue*>(node->value())->reserve(n - from);
+        } catch (...) {
+            // Appending then grows the list step by step; or fails child by child below.
+        }
+        for (std::size_t i = from; i < n; ++i) {
+            ntv::Unit* child = pending_[i];
+            try {
+                if (ok && node->addChild(child)) continue;
+                ok = false;
+            } catch (...) {
+            }
+            destroy(child);
+        }
+        pending_.truncate(from);
+        return ok;
+    }
+
+    /// One open list: hands the children read so far to the list, restores current_ and the
+    /// depth, and destroys the child being read unless it was collected, however the level
+    /// is left.
     struct Level {
         pmlParserBase& parser;
         ntv::Unit* node;
         ntv::Unit* child;
+        std::size_t from;  ///< where this list's children start in pending_
+        bool adopted;
         ~Level() {
+            if (!adopted) parser.adopt(node, from);
             parser.current_ = node;
             --parser.depth_;
             destroy(child);
         }
     };
 
-    std::size_t depth_;  ///< lists open above current_
+    std::size_t depth_;           ///< lists open above current_
+    detail::PmlPending pending_;  ///< children of the open lists, not yet in their lists
 };
 
 template <class CharT>
@@ -616,7 +674,7 @@ bool pmlParserBase<CharT>::__doParser(bool& closed, pmlLexer<Source>& lexer) {
     }
 
     ++depth_;
-    Level level{*this, node, nullptr};
+    Level level{*this, node, nullptr, pending_.size(), false};
     {
         ntv::ListValue* list =
             zul::detail::ntvNew<ntv::ListValue>(__FILE__, __LINE__, "__doParser", node);
@@ -640,17 +698,14 @@ bool pmlParserBase<CharT>::__doParser(bool& closed, pmlLexer<Source>& lexer) {
         current_ = node;
         if (!ok) return false;
         if (!(childClosed && level.child->name().empty())) {
-            bool added;
-            try {
-                added = node->addChild(level.child);
-            } catch (const std::exception&) {
-                added = true;  // a duplicate name: the first child of a name wins
-                destroy(level.child);
-            }
-            if (!added) return false;
-            level.child = nullptr;  // the list owns it now
+            pending_.push_back(level.child);  // added to the list when the list ends
+            level.child = nullptr;
         }
-        if (childClosed) return true;  // a placeholder of the list end goes with `level`
+        if (childClosed) {
+            // A placeholder of the list end goes with `level`.
+            level.adopted = true;
+            return adopt(node, level.from);
+        }
         level.child = newChild(node);
         if (level.child == nullptr) return false;
         state_ = PasingName;

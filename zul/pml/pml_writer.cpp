@@ -267,7 +267,13 @@ class BufferedSink {
                 return;
             }
         }
-        std::char_traits<char>::copy(buf_ + used_, p, n);
+        // Most pieces are a few bytes: a plain loop beats a call into the library.
+        char* to = buf_ + used_;
+        if (n <= 16) {
+            for (size_t i = 0; i < n; ++i) to[i] = p[i];
+        } else {
+            std::char_traits<char>::copy(to, p, n);
+        }
         used_ += n;
     }
     void flush() {
@@ -436,24 +442,31 @@ class PmlWriter {
         if (type_ && !u.type().empty()) __WriteType<char>(out_, u.type());
     }
 
+    /// Writes a node without a list in COMPACT form; false (nothing written) for a list.
+    bool writeLeaf(const Unit& u) {
+        const ntv::ValueBase* v = u.value();
+        if (v != nullptr && !v->single()) return false;
+        head(u);
+        put('(');
+        if (v != nullptr && value_) {
+            const String& text = static_cast<const StringValue*>(v)->data();
+            writeValue(out_, text.data(), text.size());
+        }
+        put(')');
+        return true;
+    }
+
     /// Writes the start of a node in COMPACT form; a list with children is pushed, anything
     /// else is finished here.
     void openCompact(const Unit& u) {
+        if (writeLeaf(u)) return;
         head(u);
         put('(');
-        const ntv::ValueBase* v = u.value();
-        if (v != nullptr) {
-            if (!v->single()) {
-                const Units& units = static_cast<const ListValue*>(v)->data();
-                if (!units.empty()) {
-                    prefetchFirst(&units);
-                    compactStack_.push_back(CompactFrame{&units, 0});
-                    return;
-                }
-            } else if (value_) {
-                const String& text = static_cast<const StringValue*>(v)->data();
-                writeValue(out_, text.data(), text.size());
-            }
+        const Units& units = static_cast<const ListValue*>(u.value())->data();
+        if (!units.empty()) {
+            prefetchFirst(&units);
+            compactStack_.push_back(CompactFrame{&units, 0});
+            return;
         }
         put(')');
     }
@@ -462,6 +475,7 @@ class PmlWriter {
     bool openSimple(const Unit& u, int level, bool knownNotSingle, bool withPath) {
         indent(level);
         if (withPath) __WritePath<char>(out_, static_cast<const std::string&>(u.path()));
+        if (!knownNotSingle && writeLeaf(u)) return false;
         if (!knownNotSingle && isSingleChain(u)) {
             compact(u);
             return false;
@@ -478,6 +492,7 @@ class PmlWriter {
     /// Starts a node in MIXED form at `level`; true when a frame was pushed.
     bool openMixed(const Unit& u, int level, bool knownNotSingle) {
         indent(level);
+        if (!knownNotSingle && writeLeaf(u)) return false;
         if (!knownNotSingle && isSingleChain(u)) {
             compact(u);
             return false;
