@@ -3,6 +3,7 @@ BUILD      ?= build
 BUILD_TYPE ?= RelWithDebInfo
 JOBS       ?= $(shell nproc)
 CMAKE_ARGS ?=
+CTEST_ARGS ?=
 
 .PHONY: all deps configure build test run bench fuzz install format clean
 
@@ -18,7 +19,7 @@ build: configure
 	@cmake --build $(BUILD) -j $(JOBS)
 
 test: build
-	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+	@cd $(BUILD) && ctest --output-on-failure -j $(JOBS) $(CTEST_ARGS)
 
 run: build
 	@$(BUILD)/examples/zul_text_demo

@@ -15,6 +15,7 @@ namespace zul {
 
 struct iwstr;
 class Bytes;
+class dumper;
 
 // ---------------------------------------------------------------------------------------
 // istr
@@ -318,6 +319,11 @@ class ZUL_API StringRef {
     /// The characters appended so far.
     istr text() const { return istr(buffer_, curSize_); }
 
+    /// Writes type "zul::StringRef" with the text so far, curSize_ and maxSize_.
+    void dump(dumper& d) const;
+    /// The same through a compact dumper over `os`.
+    void dump(std::ostream& os) const;
+
   private:
     char* buffer_;
     size_t curSize_;
@@ -350,6 +356,8 @@ struct charray {
 struct ZUL_API rawstring {
     istr text;
     explicit rawstring(const istr& s) : text(s) {}
+    /// Writes the text unchanged.
+    dumper& operator()(dumper& d) const;
 };
 
 /// A field name (and an optional qualifier) that a dumper writes before a value.
@@ -357,6 +365,8 @@ struct ZUL_API namestring {
     istr name;
     const char* qualifier;
     explicit namestring(const istr& n, const char* q = nullptr) : name(n), qualifier(q) {}
+    /// Writes the field name (dumper::writeName).
+    dumper& operator()(dumper& d) const;
 };
 
 /// A bool that dumps as the raw word "true" or "false".
@@ -364,37 +374,44 @@ struct ZUL_API Bit {
     bool value;
     constexpr Bit() : value(false) {}
     constexpr explicit Bit(bool v) : value(v) {}
+    void dump(dumper& d) const;
 };
 /// An unsigned char treated as a number.
 struct ZUL_API Byte {
     unsigned char value;
     constexpr Byte() : value(0) {}
     constexpr explicit Byte(unsigned char v) : value(v) {}
+    void dump(dumper& d) const;
 };
 struct ZUL_API Short {
     short value;
     constexpr Short() : value(0) {}
     constexpr explicit Short(short v) : value(v) {}
+    void dump(dumper& d) const;
 };
 struct ZUL_API Ushort {
     unsigned short value;
     constexpr Ushort() : value(0) {}
     constexpr explicit Ushort(unsigned short v) : value(v) {}
+    void dump(dumper& d) const;
 };
 struct ZUL_API Long {
     long value;
     constexpr Long() : value(0) {}
     constexpr explicit Long(long v) : value(v) {}
+    void dump(dumper& d) const;
 };
 struct ZUL_API Ulong {
     unsigned long value;
     constexpr Ulong() : value(0) {}
     constexpr explicit Ulong(unsigned long v) : value(v) {}
+    void dump(dumper& d) const;
 };
 struct ZUL_API Longlong {
     long long value;
     constexpr Longlong() : value(0) {}
     constexpr explicit Longlong(long long v) : value(v) {}
+    void dump(dumper& d) const;
 };
 /// A single wide character, written as its UTF-8 text.
 struct ZUL_API Wchar {
@@ -403,6 +420,8 @@ struct ZUL_API Wchar {
     constexpr explicit Wchar(wchar_t v) : value(v) {}
     /// Writes the character in UTF-8.
     void dump(std::ostream& os) const;
+    /// Writes the character in UTF-8, quoted.
+    void dump(dumper& d) const;
 };
 
 // The conversions the library provides; they write exactly what the stream writes, without

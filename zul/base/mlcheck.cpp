@@ -1,5 +1,4 @@
 // zul::MemLeakChecker: the process-wide checker, its records and its console notices.
-#include <ace/Guard_T.h>
 #include <zul/base/alloc.h>
 #include <zul/base/mlcheck.h>
 
@@ -10,7 +9,7 @@
 namespace zul {
 namespace {
 
-using Lock = ACE_Guard<MemLeakMutex>;
+using Lock = Guard_T<MemLeakMutex>;
 
 // Writes one line of the checker's console output. Seam: goes to the library console once
 // it exists; until then straight to standard output.
@@ -43,8 +42,12 @@ MemLeakMutex& MemLeakChecker::mtxInstance() {
 MemLeakChecker*& MemLeakChecker::create_i() {
     Lock lock(mtxInstance());
     if (g__inst == nullptr) {
-        // Plain new: the checker is the one object the helpers never record.
-        __atomic_store_n(&g__inst, new MemLeakChecker, __ATOMIC_RELEASE);
+        // Plain new: the checker is the one object the helpers never record. The helpers
+        // may skip it while it is stopped; that is announced before it is published, so
+        // that a start() through the new pointer cannot be overtaken.
+        MemLeakChecker* fresh = new MemLeakChecker;
+        detail::g__checkerIdle.store(true, std::memory_order_relaxed);
+        __atomic_store_n(&g__inst, fresh, __ATOMIC_RELEASE);
     }
     return g__inst;
 }
@@ -52,6 +55,7 @@ MemLeakChecker*& MemLeakChecker::create_i() {
 void MemLeakChecker::destroy() {
     Lock lock(mtxInstance());
     if (g__inst != nullptr) {
+        detail::g__checkerIdle.store(false, std::memory_order_relaxed);
         delete g__inst;
         __atomic_store_n(&g__inst, static_cast<MemLeakChecker*>(nullptr), __ATOMIC_RELEASE);
     }
@@ -63,6 +67,7 @@ void MemLeakChecker::stop() {
     // exists.
     Lock lock(mtxInstance());
     if (g__inst == this) {
+        detail::g__checkerIdle.store(false, std::memory_order_relaxed);
         __atomic_store_n(&g__inst, static_cast<MemLeakChecker*>(nullptr), __ATOMIC_RELEASE);
     }
     delete this;

@@ -2,17 +2,19 @@
 // keyed by address and labelled with the allocating site.
 #pragma once
 
-#include <ace/Thread_Mutex.h>
+#include <zul/base/alloc.h>
 #include <zul/base/api.h>
 #include <zul/log/log_tracer.h>
+#include <zul/mt/mutex.h>
 
 #include <cstddef>
+#include <iosfwd>
 #include <map>
 
 namespace zul {
 
 /// The lock that guards the checker's records and its instance pointer.
-using MemLeakMutex = ACE_Thread_Mutex;
+using MemLeakMutex = Mutex;
 
 /// Process-wide record of allocations made through the helpers of <zul/base/alloc.h>.
 /// Records are kept only between start() and stop(); the checker itself is never recorded.
@@ -29,7 +31,10 @@ class ZUL_API MemLeakChecker {
     static void destroy();
 
     /// Starts keeping records.
-    void start() { started_ = true; }
+    void start() {
+        detail::g__checkerIdle.store(false, std::memory_order_relaxed);
+        started_ = true;
+    }
     /// Stops keeping records and deletes this checker; the next instance() makes a new one.
     void stop();
     void dumpOn() { dumpOn_ = true; }
@@ -49,6 +54,12 @@ class ZUL_API MemLeakChecker {
     std::size_t count() const { return size(); }
     /// Number of records held for one allocating site.
     std::size_t count(Current const& site) const;
+
+    /// The report through a standard dumper over `os`; returns `os`.
+    std::ostream& dump(std::ostream& os) const;
+    /// The report: the object "zul::MemLeakChecker" with the leaks counted per site, or a
+    /// congratulation when there are none.
+    void dump(zul::dumper& d) const;
 
   private:
     MemLeakChecker() = default;

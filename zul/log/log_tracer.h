@@ -67,6 +67,8 @@ class ZUL_API Current {
 /// A location that does not fit in 119 columns after the prefix is folded: the rest goes
 /// on a second line, right-aligned in a field of 118 columns.
 ZUL_API std::ostream& operator<<(std::ostream& os, Current const& c);
+/// The object "zul::Current" with its file, line, function and prefix.
+ZUL_API dumper& operator<<(dumper& d, Current const& c);
 
 /// Appends the printed form of `v`.
 template <>
@@ -100,6 +102,8 @@ class ZUL_API CallStack {
 /// written with its own prefix; every further frame gets the separator as its prefix (the
 /// change stays in the frame). An empty stack writes nothing.
 ZUL_API std::ostream& operator<<(std::ostream& os, CallStack const& s);
+/// The object "zul::CallStack": its frames (outermost first) and its separator.
+ZUL_API dumper& operator<<(dumper& d, CallStack const& s);
 
 namespace detail {
 

@@ -30,6 +30,8 @@ class ZUL_API ListValue : public ValueBase {
 
     /// Appends without any checks, taking ownership.
     void push_back(Unit* const& u) { units_.push_back(u); }
+    /// Makes room for `n` children in all, so that appending up to that many allocates once.
+    void reserve(size_t n) { units_.reserve(n); }
     bool empty() const { return units_.empty(); }
     size_t size() const { return units_.size(); }
     iterator begin() { return units_.begin(); }
@@ -49,6 +51,8 @@ class ZUL_API ListValue : public ValueBase {
     /// Writes every child as FORMATTED PML (NAME|TYPE|VALUE), each followed by a newline and
     /// a flush.
     void dump(std::ostream& os) const override;
+    /// An unnamed object holding one unnamed field per child.
+    void dump(zul::dumper& d) const override;
 
   private:
     friend class Unit;

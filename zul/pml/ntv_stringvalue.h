@@ -33,6 +33,8 @@ class ZUL_API StringValue : public ValueBase {
     ValueBase* clone() const override;
     /// Writes the text by the PML value rule: quoted and "^"-escaped when it needs it.
     void dump(std::ostream& os) const override;
+    /// Writes the text unchanged.
+    void dump(zul::dumper& d) const override;
 
   private:
     String data_;

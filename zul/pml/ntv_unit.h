@@ -17,6 +17,10 @@
 #include <vector>
 
 namespace zul {
+
+class dumper;
+class Time;
+
 namespace detail {
 
 /// Orders the keys of a node's children index and lets them be found by any text view.
@@ -50,6 +54,8 @@ class ZUL_API ValueBase : public zul::noncopyable {
     virtual ValueBase* clone() const = 0;
     /// Writes the value to a stream.
     virtual void dump(std::ostream& os) const = 0;
+    /// Writes the value through a dumper.
+    virtual void dump(zul::dumper& d) const = 0;
 
     /// The node that holds this value (not owned).
     Unit*& owner() { return owner_; }
@@ -189,6 +195,9 @@ class ZUL_API Unit {
     String str(ShowMode mode, ShowPattern pattern) const;
     /// Appends the node's PML text in the given layout and pattern to `out`.
     void toString(String& out, ShowMode mode, ShowPattern pattern) const;
+    /// Writes, as raw text, name, ":type" when typed, then the list as an unnamed object or
+    /// "(text)".
+    void dump(zul::dumper& d) const;
 
     // ---- copying between nodes ----
     /// Copies name, type and value (deep); parent and index stay. All or nothing.
@@ -239,6 +248,8 @@ class ZUL_API Unit {
     void operator<<(const std::wstring& v);
     /// Base64 of the bytes; the type becomes "base64".
     void operator<<(const Bytes& v);
+    /// The full date-time text (local time, microseconds).
+    void operator<<(const Time& v);
 
     // ---- typed extraction: false, with the target unchanged, unless this is a text node
     // whose text converts ----
@@ -286,6 +297,9 @@ class ZUL_API Unit {
     bool operator>>(std::wstring& v) const;
     /// The text Base64-decoded, whatever the type.
     bool operator>>(Bytes& v) const;
+    /// Time::fromString of the text (full date-time format); false when that raises
+    /// InvalidDataException, other exceptions pass.
+    bool operator>>(Time& v) const;
 
   private:
     friend class ListValue;

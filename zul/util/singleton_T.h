@@ -1,10 +1,9 @@
 // zul::Singleton_T<T>: a lazily created process-wide object with explicit destruction.
 #pragma once
 
-#include <ace/Guard_T.h>
-#include <ace/Thread_Mutex.h>
 #include <zul/base/alloc.h>
 #include <zul/base/api.h>
+#include <zul/mt/mutex.h>
 
 namespace zul {
 
@@ -20,7 +19,7 @@ class ZUL_API Singleton_T {
     /// the exception goes on, so the next call tries again.
     static T*& instance(char const* file, unsigned int line, char const* func) {
         if (__atomic_load_n(&g__inst, __ATOMIC_ACQUIRE) == nullptr) {
-            ACE_Guard<ACE_Thread_Mutex> lock(mutex());
+            Guard_T<Mutex> lock(mutex());
             if (__atomic_load_n(&g__inst, __ATOMIC_RELAXED) == nullptr) {
                 T* p = allocate_push_maybe(allocate_no_mlc<T>(file, line, func), file, line, func);
                 __atomic_store_n(&g__inst, p, __ATOMIC_RELEASE);
@@ -32,7 +31,7 @@ class ZUL_API Singleton_T {
     /// Deletes the object (if any) and clears the pointer; a later instance() builds a new
     /// one. Must not race with users still holding the pointer.
     static void destroy() {
-        ACE_Guard<ACE_Thread_Mutex> lock(mutex());
+        Guard_T<Mutex> lock(mutex());
         T* p = __atomic_load_n(&g__inst, __ATOMIC_RELAXED);
         if (p == nullptr) return;
         destroy_pop_maybe(p, __FILE__, __LINE__, "destroy");
@@ -42,8 +41,8 @@ class ZUL_API Singleton_T {
 
   private:
     /// The creation mutex, made on first use and destroyed at process exit.
-    static ACE_Thread_Mutex& mutex() {
-        static ACE_Thread_Mutex mtx;
+    static Mutex& mutex() {
+        static Mutex mtx;
         return mtx;
     }
 

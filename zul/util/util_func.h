@@ -138,6 +138,8 @@ struct ZUL_API System {
 
 /// Writes the address as host text, ':' and the port in decimal.
 ZUL_API std::ostream& operator<<(std::ostream& os, const ACE_INET_Addr& addr);
+/// Writes the same text, unquoted, through a dumper.
+ZUL_API dumper& operator<<(dumper& d, const ACE_INET_Addr& addr);
 
 // ---- Network byte order -------------------------------------------------------------------
 
