@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "counting_new.h"
+
 #if __has_include(<nlohmann/json.hpp>)
 #include <nlohmann/json.hpp>
 #define NTV_BENCH_PEER 1
@@ -44,38 +46,11 @@ void countedFree(void* p) noexcept {
 
 }  // namespace
 
-void* operator new(std::size_t n) {
+// Every allocation of the program, the library's included, passes through here.
+void* benchAllocate(std::size_t n) {
     return countedAlloc(n);
 }
-void* operator new[](std::size_t n) {
-    return countedAlloc(n);
-}
-void* operator new(std::size_t n, const std::nothrow_t&) noexcept {
-    try {
-        return countedAlloc(n);
-    } catch (...) {
-        return nullptr;
-    }
-}
-void* operator new[](std::size_t n, const std::nothrow_t& t) noexcept {
-    return operator new(n, t);
-}
-void operator delete(void* p) noexcept {
-    countedFree(p);
-}
-void operator delete[](void* p) noexcept {
-    countedFree(p);
-}
-void operator delete(void* p, std::size_t) noexcept {
-    countedFree(p);
-}
-void operator delete[](void* p, std::size_t) noexcept {
-    countedFree(p);
-}
-void operator delete(void* p, const std::nothrow_t&) noexcept {
-    countedFree(p);
-}
-void operator delete[](void* p, const std::nothrow_t&) noexcept {
+void benchRelease(void* p) noexcept {
     countedFree(p);
 }
 

@@ -9,6 +9,8 @@
 #include <ctime>
 #include <new>
 
+#include "counting_new.h"
+
 namespace {
 
 std::atomic<long long> g_allocations{0};
@@ -76,32 +78,10 @@ void release(void* p) noexcept {
 }  // namespace
 
 // Every allocation of the program, the library's included, passes through here.
-void* operator new(std::size_t n) {
+void* benchAllocate(std::size_t n) {
     return countedAlloc(n);
 }
-void* operator new[](std::size_t n) {
-    return countedAlloc(n);
-}
-void* operator new(std::size_t n, const std::nothrow_t&) noexcept {
-    try {
-        return countedAlloc(n);
-    } catch (...) {
-        return nullptr;
-    }
-}
-void* operator new[](std::size_t n, const std::nothrow_t& t) noexcept {
-    return operator new(n, t);
-}
-void operator delete(void* p) noexcept {
-    release(p);
-}
-void operator delete[](void* p) noexcept {
-    release(p);
-}
-void operator delete(void* p, std::size_t) noexcept {
-    release(p);
-}
-void operator delete[](void* p, std::size_t) noexcept {
+void benchRelease(void* p) noexcept {
     release(p);
 }
 
