@@ -33,18 +33,7 @@ const char* const LINE_END = "\r\n";
 int base64Command(const std::vector<std::string>& args) {
     const std::string cmd = "zul base64";
     std::vector<std::string> operands;
-    bool options = true;
-    for (const std::string& a : args) {
-        if (options && a == "--") {
-            options = false;
-        } else if (options && isHelp(a)) {
-            return printHelp(BASE64_HELP);
-        } else if (options && a.size() > 1 && a[0] == '-') {
-            return usage("unknown option '" + a + "'", cmd);
-        } else {
-            operands.push_back(a);
-        }
-    }
+    if (int done = operandsOnly(args, BASE64_HELP, cmd, operands); done != GO_ON) return done;
     if (operands.empty()) return usage("missing direction (encode or decode)", cmd);
     const std::string& direction = operands[0];
     if (direction != "encode" && direction != "decode") {

@@ -254,18 +254,7 @@ int formatCommand(const std::vector<std::string>& args) {
 int checkCommand(const std::vector<std::string>& args) {
     const std::string cmd = "zul pml check";
     std::vector<std::string> files;
-    bool options = true;
-    for (const std::string& a : args) {
-        if (options && a == "--") {
-            options = false;
-        } else if (options && isHelp(a)) {
-            return printHelp(CHECK_HELP);
-        } else if (options && a.size() > 1 && a[0] == '-') {
-            return usage("unknown option '" + a + "'", cmd);
-        } else {
-            files.push_back(a);
-        }
-    }
+    if (int done = operandsOnly(args, CHECK_HELP, cmd, files); done != GO_ON) return done;
     if (files.empty()) return usage("no FILE to check", cmd);
     int status = EXIT_OK;
     for (const std::string& f : files) {
@@ -282,18 +271,7 @@ int checkCommand(const std::vector<std::string>& args) {
 int getCommand(const std::vector<std::string>& args) {
     const std::string cmd = "zul pml get";
     std::vector<std::string> operands;
-    bool options = true;
-    for (const std::string& a : args) {
-        if (options && a == "--") {
-            options = false;
-        } else if (options && isHelp(a)) {
-            return printHelp(GET_HELP);
-        } else if (options && a.size() > 1 && a[0] == '-') {
-            return usage("unknown option '" + a + "'", cmd);
-        } else {
-            operands.push_back(a);
-        }
-    }
+    if (int done = operandsOnly(args, GET_HELP, cmd, operands); done != GO_ON) return done;
     if (operands.size() != 2) return usage("expected FILE and PATH", cmd);
     const std::string& file = operands[0];
     const std::string& path = operands[1];

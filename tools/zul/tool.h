@@ -45,6 +45,14 @@ bool replaceFile(const std::string& path, const std::string& content, std::strin
 int pmlCommand(const std::vector<std::string>& args);
 int base64Command(const std::vector<std::string>& args);
 
+/// Result of operandsOnly when the command goes on.
+constexpr int GO_ON = -1;
+/// Reads the arguments of a command that takes no options: "--" ends the options, "-h" or
+/// "--help" prints `help`, any other option is a usage error of `command`. Returns GO_ON with
+/// the operands in `operands`, or the exit code to end with.
+int operandsOnly(const std::vector<std::string>& args, const char* help, const std::string& command,
+                 std::vector<std::string>& operands);
+
 /// True for "-h" and "--help".
 bool isHelp(const std::string& arg);
 /// Writes a help text to standard output; EXIT_OK, or EXIT_BAD_INPUT when it cannot.

@@ -31,6 +31,23 @@ bool isHelp(const std::string& arg) {
     return arg == "-h" || arg == "--help";
 }
 
+int operandsOnly(const std::vector<std::string>& args, const char* help, const std::string& command,
+                 std::vector<std::string>& operands) {
+    bool options = true;
+    for (const std::string& a : args) {
+        if (options && a == "--") {
+            options = false;
+        } else if (options && isHelp(a)) {
+            return printHelp(help);
+        } else if (options && a.size() > 1 && a[0] == '-') {
+            return usage("unknown option '" + a + "'", command);
+        } else {
+            operands.push_back(a);
+        }
+    }
+    return GO_ON;
+}
+
 namespace {
 
 std::string systemError() {
