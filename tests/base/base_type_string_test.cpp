@@ -331,36 +331,18 @@ TEST(StringTextToValue, MatchesTheStreamForEveryType) {
         expectReadsLikeStreamAs<char, unsigned char, short, unsigned short, int, unsigned, long,
                                 unsigned long, long long, unsigned long long, float, double, bool>(
             t);
-
-    // The documented cases, spelled out.
-    int v = 7;
-    EXPECT_FALSE(String() >> v);
-    EXPECT_EQ(v, 7);
-    EXPECT_TRUE(String("  42") >> v);
-    EXPECT_EQ(v, 42);
-    EXPECT_FALSE(String("x") >> v);
-    bool b = false;
-    EXPECT_FALSE(String("true") >> b);
-    char c = 0;
-    EXPECT_TRUE(String(" A") >> c);
-    EXPECT_EQ(c, 'A');
 }
 
 TEST(StringTextToValue, RoundTripsWhatValueToTextWrites) {
-    for (long long x : {0LL, -1LL, 42LL, LLONG_MIN, LLONG_MAX}) {
+    auto roundTrip = [](auto x) {
         String s;
         s += x;
-        long long back = 1;
-        EXPECT_TRUE(s >> back);
+        decltype(x) back{};
+        EXPECT_TRUE(s >> back) << s;
         EXPECT_EQ(back, x);
-    }
-    for (double x : {0.5, -1.25, 1e7, 3.0e-5}) {  // exact in 6 digits
-        String s;
-        s += x;
-        double back = 0;
-        EXPECT_TRUE(s >> back);
-        EXPECT_EQ(back, x);
-    }
+    };
+    for (long long x : {0LL, -1LL, 42LL, LLONG_MIN, LLONG_MAX}) roundTrip(x);
+    for (double x : {0.5, -1.25, 1e7, 3.0e-5}) roundTrip(x);  // exact in 6 digits
 }
 
 // A locale that groups thousands and uses a decimal comma, to prove that the fast paths

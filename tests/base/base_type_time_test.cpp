@@ -21,22 +21,18 @@ using zul::Time;
 namespace {
 
 // Sets TZ (and tzset) for the lifetime of the object, then restores what was there.
-class ScopedZone {
-  public:
-    explicit ScopedZone(const char* zone) {
-        const char* old = std::getenv("TZ");
-        if ((hadZone_ = old != nullptr)) old_ = old;
+struct ScopedZone {
+    explicit ScopedZone(const char* zone) : had(std::getenv("TZ") != nullptr) {
+        if (had) old = std::getenv("TZ");
         setenv("TZ", zone, 1);
         tzset();
     }
     ~ScopedZone() {
-        hadZone_ ? setenv("TZ", old_.c_str(), 1) : unsetenv("TZ");
+        had ? setenv("TZ", old.c_str(), 1) : unsetenv("TZ");
         tzset();
     }
-
-  private:
-    bool hadZone_ = false;
-    std::string old_;
+    bool had;
+    std::string old;
 };
 
 // Makes the calendar conversion or the system clock fail until destroyed.
@@ -73,13 +69,11 @@ TEST(Time, UnitsTruncateTowardZero) {
     EXPECT_EQ(Time(-1500).toMilliSeconds(), -1);
     EXPECT_EQ(Time(-1999999).toSeconds(), -1);
     EXPECT_DOUBLE_EQ(Time(-2500).toMilliSecondsDouble(), -2.5);
-    // clang-format off
-    struct Row { long long us, sec, usec; };
-    for (Row r : {Row{2500000, 2, 500000}, Row{-2500000, -2, -500000}, Row{-1, 0, -1}}) {
-        // clang-format on
-        const timeval tv = Time(r.us);
-        EXPECT_EQ(tv.tv_sec, r.sec) << r.us;
-        EXPECT_EQ(tv.tv_usec, r.usec) << r.us;
+    const long long rows[][3] = {{2500000, 2, 500000}, {-2500000, -2, -500000}, {-1, 0, -1}};
+    for (auto [us, sec, usec] : rows) {
+        const timeval tv = Time(us);
+        EXPECT_EQ(tv.tv_sec, sec) << us;
+        EXPECT_EQ(tv.tv_usec, usec) << us;
     }
 }
 
@@ -122,13 +116,10 @@ TEST(Time, RenderingsInSeveralZones) {
         {utc, kSample, "2024-03-05 14:07:09.123456", "2024-03-05 14:07:09.123"},
         {sh, kSample, "2024-03-05 22:07:09.123456", "2024-03-05 22:07:09.123"},
         {ny, kSample, "2024-03-05 09:07:09.123456", "2024-03-05 09:07:09.123"},
-        // Daylight saving starts and ends (New York 2024, Shanghai 1986).
-        {ny, 1710053999000000, "2024-03-10 01:59:59.000000", "2024-03-10 01:59:59.000"},
-        {ny, 1710054000000000, "2024-03-10 03:00:00.000000", "2024-03-10 03:00:00.000"},
+        // Daylight saving ends in New York (whole seconds across every change are compared
+        // with the C library below).
         {ny, 1730613599999999, "2024-11-03 01:59:59.999999", "2024-11-03 01:59:59.999"},
         {ny, 1730613600000001, "2024-11-03 01:00:00.000001", "2024-11-03 01:00:00.000"},
-        {sh, 515527199000000, "1986-05-04 01:59:59.000000", "1986-05-04 01:59:59.000"},
-        {sh, 515527200000000, "1986-05-04 03:00:00.000000", "1986-05-04 03:00:00.000"},
         // Negative counts truncate toward zero, so fractions print as negative fields.
         {utc, -1500000, "1969-12-31 23:59:59.-500000", "1969-12-31 23:59:59.-500"},
         {utc, -1, "1970-01-01 00:00:00.000-01", "1970-01-01 00:00:00.000"},
@@ -243,13 +234,12 @@ TEST(Time, ParsingAndRoundTrips) {
 
 TEST(Time, ParseBufferHoldsSixtyFourCharacters) {
     const std::string date = "2024-03-05 14:07:09.123456";  // 26 characters
-                                                            // clang-format off
-    struct Row { size_t pad; int year, microSecond; };
-    for (Row r : {Row{38, 2024, 456}, Row{39, 2024, 45}, Row{64, 0, 0}}) {
-        // clang-format on
-        const Time::Detail d(std::string(r.pad, ' ') + date, Time::kFullDateTimeFormat);
-        EXPECT_EQ(d.year, r.year) << r.pad;
-        EXPECT_EQ(d.microSecond, r.microSecond) << r.pad;
+    // Leading blanks, then the year and fraction read from what still fits.
+    const int rows[][3] = {{38, 2024, 456}, {39, 2024, 45}, {64, 0, 0}};
+    for (auto [pad, year, microSecond] : rows) {
+        const Time::Detail d(std::string(pad, ' ') + date, Time::kFullDateTimeFormat);
+        EXPECT_EQ(d.year, year) << pad;
+        EXPECT_EQ(d.microSecond, microSecond) << pad;
     }
     EXPECT_EQ(Time::Detail(zul::istr(), Time::kFullDateTimeFormat).year, 0);
     const Time::Detail partial("2024-03", Time::kFullDateTimeFormat);

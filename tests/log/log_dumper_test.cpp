@@ -34,6 +34,32 @@ std::string raw_(T const& v) {
     return d.str();
 }
 
+// The indented layout of an object: "@type {", each field on its own line one level deeper,
+// "}". A newline inside a field (a nested object, a quoted newline) is followed by the field's
+// indentation, as the dumper writes it.
+std::string block(char const* type, std::initializer_list<std::string> fields) {
+    std::string s = std::string("@") + type + " {\n";
+    for (std::string const& f : fields) {
+        s += "    ";
+        for (char c : f) s += c == '\n' ? std::string("\n    ") : std::string(1, c);
+        s += "\n";
+    }
+    return s + "}";
+}
+
+std::string configBlock(bool compact) {
+    return block("zul::dumper::Config",
+                 {std::string("compact_ = ") + (compact ? "true" : "false"),
+                  "lineSeparator_ = \"\n\"", "indentSeparator_ = \"    \"", "level_ = 0",
+                  "eolSeparator_ = ", "beginTag_ = \"{\"", "endTag_ = \"}\"", "typeTag_ = \":\"",
+                  "nvSeparator_ = \" = \"", "valueSeparator_ = \", \""});
+}
+
+std::string currentBlock(std::string const& file, int line, std::string const& func) {
+    return block("zul::Current", {"_v.file() = " + file, "_v.line() = " + std::to_string(line),
+                                  "_v.func() = " + func, "_v.prefix() = "});
+}
+
 struct Boom {
     void dump(dumper& d) const {
         dumper::_Entry e(d, "Boom");
@@ -42,36 +68,18 @@ struct Boom {
     }
 };
 
-TEST(Dumper, StandardConfigIndented) {
+TEST(Dumper, StandardConfigInBothLayouts) {
     dumper d;
     d << dumper::Config();
-    EXPECT_EQ(d.str(),
-              "@zul::dumper::Config {\n"
-              "    compact_ = false\n"
-              "    lineSeparator_ = \"\n"
-              "    \"\n"
-              "    indentSeparator_ = \"    \"\n"
-              "    level_ = 0\n"
-              "    eolSeparator_ = \n"
-              "    beginTag_ = \"{\"\n"
-              "    endTag_ = \"}\"\n"
-              "    typeTag_ = \":\"\n"
-              "    nvSeparator_ = \" = \"\n"
-              "    valueSeparator_ = \", \"\n"
-              "}");
+    EXPECT_EQ(d.str(), configBlock(false));
     EXPECT_EQ(d.level(), 0u);
-}
-
-TEST(Dumper, StandardConfigCompact) {
-    dumper d(true);
-    d << dumper::Config();
-    EXPECT_EQ(d.str(), "{false, \"\n\", \"    \", 0, , \"{\", \"}\", \":\", \" = \", \", \"}");
+    dumper c(true);
+    c << dumper::Config();
+    EXPECT_EQ(c.str(), "{false, \"\n\", \"    \", 0, , \"{\", \"}\", \":\", \" = \", \", \"}");
 }
 
 TEST(Dumper, QuotedText) {
     std::string const s256(256, 'a');
-    std::string const s257 = s256 + "b";
-    std::string const s300(300, 'z');
     struct Row {
         std::string in;
         std::string out;
@@ -87,8 +95,8 @@ TEST(Dumper, QuotedText) {
         {std::string("\x01\n\x02z", 4), "\"\\x{01\n02}z\""},
         {"a\nb", "\"a\nb\""},
         {s256, "\"" + s256 + "\""},
-        {s257, "\"" + s256 + "<omit data up to 257>\""},
-        {s300, "\"" + std::string(256, 'z') + "<omit data up to 300>\""},
+        {s256 + "b", "\"" + s256 + "<omit data up to 257>\""},
+        {std::string(300, 'z'), "\"" + std::string(256, 'z') + "<omit data up to 300>\""},
         {std::string(255, 'a') + "\x01\x02",
          "\"" + std::string(255, 'a') + "\\x{01}<omit data up to 257>\""},
     };
@@ -99,9 +107,8 @@ TEST(Dumper, QuotedText) {
     EXPECT_EQ(fmt(static_cast<char const*>(nullptr)), "");
     EXPECT_EQ(fmt(zul::String("x")), "\"x\"");
     EXPECT_EQ(fmt(zul::istr("xyz", 2)), "\"xy\"");
-}
 
-TEST(Dumper, NewlineInQuotedTextKeepsIndentation) {
+    // A newline inside quoted text keeps the indentation of the current level.
     dumper d(false, "\n", "..", 2);
     d << "a\nb";
     EXPECT_EQ(d.str(), "\"a\n....b\"");
@@ -110,26 +117,39 @@ TEST(Dumper, NewlineInQuotedTextKeepsIndentation) {
     EXPECT_EQ(c.str(), "\"a|-b\"");
 }
 
-TEST(Dumper, ValueWriters) {
-    EXPECT_EQ(fmt(true), "true");
-    EXPECT_EQ(raw_(true), "1");
-    EXPECT_EQ(raw_(false), "0");
-    EXPECT_EQ(fmt('a'), "'a'");
-    EXPECT_EQ(fmt('\t'), "'<HT>'");
-    EXPECT_EQ(fmt(static_cast<char>(127)), "'\\177'");
-    EXPECT_EQ(fmt(static_cast<unsigned char>('B')), "'B'");
-    EXPECT_EQ(raw_('a'), "a");
-    EXPECT_EQ(fmt(static_cast<short>(-3)), "-3");
-    EXPECT_EQ(fmt(4000000000u), "4000000000");
-    EXPECT_EQ(fmt(-9000000000LL), "-9000000000");
-    EXPECT_EQ(fmt(1.5), "1.5");
-    EXPECT_EQ(fmt(0.1f), "0.1");
-    EXPECT_EQ(fmt(static_cast<void const*>(nullptr)), raw_(static_cast<void*>(nullptr)));
-    EXPECT_EQ(fmt(L"h\u00e9"), "\"h\xC3\xA9\"");
-    EXPECT_EQ(fmt(std::wstring()), "");
-    EXPECT_EQ(raw_(std::wstring(L"\u00e9")), "\xC3\xA9");
-    // Wide text is not cut at 256.
-    EXPECT_EQ(fmt(std::wstring(300, L'w')).size(), 302u);
+TEST(Dumper, ValueWritersAndWrappers) {
+    const std::pair<std::string, std::string> rows[] = {
+        {fmt(true), "true"},
+        {raw_(true), "1"},
+        {raw_(false), "0"},
+        {fmt('a'), "'a'"},
+        {fmt('\t'), "'<HT>'"},
+        {fmt(static_cast<char>(127)), "'\\177'"},
+        {fmt(static_cast<unsigned char>('B')), "'B'"},
+        {raw_('a'), "a"},
+        {fmt(static_cast<short>(-3)), "-3"},
+        {fmt(4000000000u), "4000000000"},
+        {fmt(-9000000000LL), "-9000000000"},
+        {fmt(1.5), "1.5"},
+        {fmt(0.1f), "0.1"},
+        {fmt(static_cast<void const*>(nullptr)), raw_(static_cast<void*>(nullptr))},
+        {fmt(L"h\u00e9"), "\"h\xC3\xA9\""},
+        {fmt(std::wstring()), ""},
+        {raw_(std::wstring(L"\u00e9")), "\xC3\xA9"},
+        {fmt(std::wstring(300, L'w')), "\"" + std::string(300, 'w') + "\""},  // never cut
+        {fmt(zul::Bit(true)), "true"},
+        {fmt(zul::Bit(false)), "false"},
+        {fmt(zul::Byte(65)), "'A'"},
+        {fmt(zul::Short(-5)), "-5"},
+        {fmt(zul::Ushort(65535)), "65535"},
+        {fmt(zul::Long(-1)), "-1"},
+        {fmt(zul::Ulong(18446744073709551615UL)), "18446744073709551615"},
+        {fmt(zul::Longlong(42)), "42"},
+        {fmt(zul::Wchar(L'A')), "\"A\""},
+        {fmt(zul::Wchar(0xE9)), "\"\\x{C3A9}\""},  // bytes from 0x80 are not printable here
+        {fmt(ACE_INET_Addr(static_cast<u_short>(8080), "127.0.0.1")), "127.0.0.1:8080"},
+    };
+    for (auto const& [got, want] : rows) EXPECT_EQ(got, want);
 }
 
 TEST(Dumper, FieldsObjectsAndSetters) {
@@ -152,16 +172,14 @@ TEST(Dumper, FieldsObjectsAndSetters) {
     }
     c.nl();
     EXPECT_EQ(c.str(), "{1, 2}\n");
+
+    dumper b;  // an entry still closes when the dump throws
+    EXPECT_THROW(b << Boom(), std::runtime_error);
+    EXPECT_EQ(b.str(), "@Boom {\n    x = 1\n}");
+    EXPECT_EQ(b.level(), 0u);
 }
 
-TEST(Dumper, EntryClosesOnException) {
-    dumper d;
-    EXPECT_THROW(d << Boom(), std::runtime_error);
-    EXPECT_EQ(d.str(), "@Boom {\n    x = 1\n}");
-    EXPECT_EQ(d.level(), 0u);
-}
-
-TEST(Dumper, StrNeedsOwnStream) {
+TEST(Dumper, StrNeedsOwnStreamAndDumpsItself) {
     std::ostringstream os;
     dumper d(os);
     d << "x";
@@ -176,49 +194,27 @@ TEST(Dumper, StrNeedsOwnStream) {
     }
     dumper outer;
     EXPECT_THROW(outer << d, zul::UnsupportedFunctionException);
-}
 
-TEST(Dumper, DumpsItself) {
     dumper inner(true);
     inner << 7;
-    dumper d;
-    d << inner;
-    EXPECT_EQ(d.str(),
-              "@zul::dumper {\n"
-              "    str() = \"7\"\n"
-              "    owned_ = true\n"
-              "    first_ = true\n"
-              "    savedFirst_ = true\n"
-              "    cfg_ = @zul::dumper::Config {\n"
-              "        compact_ = true\n"
-              "        lineSeparator_ = \"\n"
-              "        \"\n"
-              "        indentSeparator_ = \"    \"\n"
-              "        level_ = 0\n"
-              "        eolSeparator_ = \n"
-              "        beginTag_ = \"{\"\n"
-              "        endTag_ = \"}\"\n"
-              "        typeTag_ = \":\"\n"
-              "        nvSeparator_ = \" = \"\n"
-              "        valueSeparator_ = \", \"\n"
-              "    }\n"
-              "}");
+    EXPECT_EQ(fmt(inner),
+              block("zul::dumper", {"str() = \"7\"", "owned_ = true", "first_ = true",
+                                    "savedFirst_ = true", "cfg_ = " + configBlock(true)}));
 }
 
 TEST(Dumper, Containers) {
-    std::list<int> l{1, 2};
     std::map<int, std::string> m{{1, "one"}, {2, "two"}};
-    std::multimap<int, char> mm{{1, 'a'}, {1, 'b'}};
-    EXPECT_EQ(fmt(l), "@zul::list {\n    1\n    2\n}");
+    EXPECT_EQ(fmt(std::list<int>{1, 2}), "@zul::list {\n    1\n    2\n}");
     EXPECT_EQ(fmt(m), "@zul::map {\n    1 : \"one\"\n    2 : \"two\"\n}");
-    EXPECT_EQ(fmt(mm), "@zul::multimap {\n    1 : 'a'\n    1 : 'b'\n}");
+    EXPECT_EQ(fmt(std::multimap<int, char>{{1, 'a'}, {1, 'b'}}),
+              "@zul::multimap {\n    1 : 'a'\n    1 : 'b'\n}");
     EXPECT_EQ(fmt(std::list<int>()), "@zul::list {\n}");
     dumper c(true);
     c << m;
     EXPECT_EQ(c.str(), "{1 : \"one\", 2 : \"two\"}");
 }
 
-TEST(DumperForms, TextTypesAndWrappers) {
+TEST(DumperForms, StringRefAndValueTree) {
     char buf[10];
     zul::StringRef ref(buf, sizeof buf);
     ref.append("abc");
@@ -229,27 +225,6 @@ TEST(DumperForms, TextTypesAndWrappers) {
     ref.dump(os);
     EXPECT_EQ(os.str(), "{\"abc\", 3, 10}");
 
-    EXPECT_EQ(fmt(zul::Bit(true)), "true");
-    EXPECT_EQ(fmt(zul::Bit(false)), "false");
-    EXPECT_EQ(fmt(zul::Byte(65)), "'A'");
-    EXPECT_EQ(fmt(zul::Short(-5)), "-5");
-    EXPECT_EQ(fmt(zul::Ushort(65535)), "65535");
-    EXPECT_EQ(fmt(zul::Long(-1)), "-1");
-    EXPECT_EQ(fmt(zul::Ulong(18446744073709551615UL)), "18446744073709551615");
-    EXPECT_EQ(fmt(zul::Longlong(42)), "42");
-    EXPECT_EQ(fmt(zul::Wchar(L'A')), "\"A\"");
-    // Bytes of 0x80 and above are not printable in the C locale.
-    EXPECT_EQ(fmt(zul::Wchar(0xE9)), "\"\\x{C3A9}\"");
-}
-
-TEST(DumperForms, InetAddr) {
-    ACE_INET_Addr addr(static_cast<u_short>(8080), "127.0.0.1");
-    dumper d;
-    d << addr;
-    EXPECT_EQ(d.str(), "127.0.0.1:8080");
-}
-
-TEST(DumperForms, ValueTree) {
     using zul::pml::ntv::Unit;
     Unit r("r", nullptr);
     r.addChild("a", "1");
@@ -266,32 +241,14 @@ TEST(DumperForms, ValueTree) {
 }
 
 TEST(DumperForms, CurrentAndCallStack) {
-    zul::Current const where("f.cpp", 12, "fn");
-    EXPECT_EQ(fmt(where),
-              "@zul::Current {\n    _v.file() = \"f.cpp\"\n    _v.line() = 12\n"
-              "    _v.func() = \"fn\"\n    _v.prefix() = \n}");
+    EXPECT_EQ(fmt(zul::Current("f.cpp", 12, "fn")), currentBlock("\"f.cpp\"", 12, "\"fn\""));
     zul::CallStack s;
     s.container().push(zul::Current("o.cpp", 1, "outer"));
     s.container().push(zul::Current(nullptr, 2, nullptr));
+    const std::string stack =
+        block("zul::stack", {currentBlock("\"o.cpp\"", 1, "\"outer\""), currentBlock("", 2, "")});
     EXPECT_EQ(fmt(s),
-              "@zul::CallStack {\n"
-              "    _v.container() = @zul::stack {\n"
-              "        @zul::Current {\n"
-              "            _v.file() = \"o.cpp\"\n"
-              "            _v.line() = 1\n"
-              "            _v.func() = \"outer\"\n"
-              "            _v.prefix() = \n"
-              "        }\n"
-              "        @zul::Current {\n"
-              "            _v.file() = \n"
-              "            _v.line() = 2\n"
-              "            _v.func() = \n"
-              "            _v.prefix() = \n"
-              "        }\n"
-              "    }\n"
-              "    _v.separator() = \"\n"
-              "    \"\n"
-              "}");
+              block("zul::CallStack", {"_v.container() = " + stack, "_v.separator() = \"\n\""}));
 }
 
 TEST(DumperForms, LeakReport) {
@@ -299,6 +256,7 @@ TEST(DumperForms, LeakReport) {
     zul::MemLeakChecker* mlc = zul::MemLeakChecker::instance();
     std::ostringstream none;
     mlc->dump(none);
+    EXPECT_EQ(none.str(), "@zul::MemLeakChecker {\n\tCongratulations! No memory leaked.\n}");
 
     // A dumper's own stream is a tracked allocation for as long as the dumper lives.
     mlc->start();
@@ -307,7 +265,6 @@ TEST(DumperForms, LeakReport) {
         EXPECT_EQ(mlc->size(), 1u);
     }
     EXPECT_EQ(mlc->size(), 0u);
-    EXPECT_EQ(none.str(), "@zul::MemLeakChecker {\n\tCongratulations! No memory leaked.\n}");
 
     int objects[3];
     mlc->start();
@@ -317,27 +274,13 @@ TEST(DumperForms, LeakReport) {
     std::ostringstream os;
     mlc->dump(os);
     zul::MemLeakChecker::destroy();
+    const std::string sorted =
+        block("zul::multimap", {"1 : " + currentBlock("\"b.cpp\"", 5, "\"g\""),
+                                "2 : " + currentBlock("\"a.cpp\"", 10, "\"f\"")});
     EXPECT_EQ(os.str(),
-              "@zul::MemLeakChecker {\n"
-              "    sorted = @zul::multimap {\n"
-              "        1 : @zul::Current {\n"
-              "            _v.file() = \"b.cpp\"\n"
-              "            _v.line() = 5\n"
-              "            _v.func() = \"g\"\n"
-              "            _v.prefix() = \n"
-              "        }\n"
-              "        2 : @zul::Current {\n"
-              "            _v.file() = \"a.cpp\"\n"
-              "            _v.line() = 10\n"
-              "            _v.func() = \"f\"\n"
-              "            _v.prefix() = \n"
-              "        }\n"
-              "    }\n"
-              "    sorting = @zul::map {\n"
-              "        f(a.cpp:10) : 2\n"
-              "        g(b.cpp:5) : 1\n"
-              "    }\n"
-              "}");
+              block("zul::MemLeakChecker",
+                    {"sorted = " + sorted,
+                     "sorting = " + block("zul::map", {"f(a.cpp:10) : 2", "g(b.cpp:5) : 1"})}));
 }
 
 }  // namespace

@@ -56,25 +56,22 @@ struct Item {
     }
 };
 
+template <class M>
+std::string dumped(M const& m) {
+    zul::dumper d;
+    m.dump(d);
+    return d.str();
+}
+
 TEST(MtMap, DumpsOneLinePerElement) {
     zul::mt::map<int, std::string> texts;
-    {
-        zul::dumper d;
-        texts.dump(d);
-        EXPECT_EQ(d.str(), "@zul::mt::map {\n}");
-    }
+    EXPECT_EQ(dumped(texts), "@zul::mt::map {\n}");
     texts.unsafe_at(2) = "two";
     texts.unsafe_at(1) = "one";
-    {
-        zul::dumper d;
-        texts.dump(d);
-        EXPECT_EQ(d.str(), "@zul::mt::map {\n    1 : \"one\"\n    2 : \"two\"\n}");
-    }
+    EXPECT_EQ(dumped(texts), "@zul::mt::map {\n    1 : \"one\"\n    2 : \"two\"\n}");
     zul::mt::map<std::string, Item> items;
     items.unsafe_at("a").n = 3;
-    zul::dumper d;
-    items.dump(d);
-    EXPECT_EQ(d.str(), "@zul::mt::map {\n    a : @Item {\n        n = 3\n    }\n}");
+    EXPECT_EQ(dumped(items), "@zul::mt::map {\n    a : @Item {\n        n = 3\n    }\n}");
 }
 
 }  // namespace

@@ -250,50 +250,44 @@ TEST(BoundsCheckedSnprintf, ViolationsEmptyTheDestination) {
 }
 
 TEST(BoundsCheckedSscanf, TextDestinationsAreSized) {
-    char s[5];
-    // The published example: "hello" needs six elements, so nothing is assigned and the
-    // destination becomes empty.
-    std::memset(s, '#', sizeof s);
-    EXPECT_EQ(zul::sscanf_s("hello", "%s", s, sizeof s), 0);
-    EXPECT_EQ(s[0], '\0');
-    EXPECT_EQ(zul::sscanf_s("  hell world", "%s", s, sizeof s), 1);
-    EXPECT_STREQ(s, "hell");
+    using std::string;
+    struct Row {
+        const char *in, *format;
+        zul::rsize_t size;
+        int result;
+        string after;  // the leading destination bytes afterwards
+    } rows[] = {
+        // "hello" needs six elements: nothing is assigned and the destination becomes empty.
+        {"hello", "%s", 5, 0, string(1, '\0')},
+        {"  hell world", "%s", 5, 1, string("hell\0", 5)},
+        {"a", "%s", 0, 0, "#"},  // size 0 never fits
+        // %c needs no terminator: exactly width elements.
+        {"xyz", "%3c", 2, 0, "###"},
+        {"xyz", "%3c", 3, 1, "xyz#"},
+        {" q", "%c", 1, 1, " #"},
+        {"ab", "%3c", 3, EOF, ""},  // input ends inside the field
+        {"abc123", "%[a-z]", 4, 1, string("abc\0", 4)},
+        {"abcd123", "%[a-z]", 4, 0, string(1, '\0')},
+        {"]]x", "%[]]", 4, 1, string("]]\0", 3)},
+        {"123", "%[a-z]", 4, 0, ""},  // empty match
+    };
+    for (const Row& r : rows) {
+        char buf[8];
+        std::memset(buf, '#', sizeof buf);
+        EXPECT_EQ(zul::sscanf_s(r.in, r.format, buf, r.size), r.result) << r.in << " " << r.format;
+        EXPECT_EQ(string(buf, r.after.size()), r.after) << r.in << " " << r.format;
+    }
 
     // Width bounds the read; the rest stays for the next conversion.
     char a[4], b[4];
     EXPECT_EQ(zul::sscanf_s("abcdef", "%3s%3s", a, sizeof a, b, sizeof b), 2);
     EXPECT_STREQ(a, "abc");
     EXPECT_STREQ(b, "def");
-
-    // %c needs no terminator: exactly width elements.
-    char c[3] = {'#', '#', '#'};
-    EXPECT_EQ(zul::sscanf_s("xyz", "%3c", c, static_cast<zul::rsize_t>(2)), 0);
-    EXPECT_EQ(std::string(c, 3), "###");
-    EXPECT_EQ(zul::sscanf_s("xyz", "%3c", c, sizeof c), 1);
-    EXPECT_EQ(std::string(c, 3), "xyz");
-    char one;
-    EXPECT_EQ(zul::sscanf_s(" q", "%c", &one, static_cast<zul::rsize_t>(1)), 1);
-    EXPECT_EQ(one, ' ');
-    EXPECT_EQ(zul::sscanf_s("ab", "%3c", c, sizeof c), EOF);  // input ends inside the field
-
-    // Scan sets.
-    char w[4];
-    EXPECT_EQ(zul::sscanf_s("abc123", "%[a-z]", w, sizeof w), 1);
-    EXPECT_STREQ(w, "abc");
-    EXPECT_EQ(zul::sscanf_s("abcd123", "%[a-z]", w, sizeof w), 0);
-    EXPECT_EQ(w[0], '\0');
-    char key[8];
     int value = 0;
-    EXPECT_EQ(zul::sscanf_s("key,42", "%[^,],%d", key, sizeof key, &value), 2);
-    EXPECT_STREQ(key, "key");
+    EXPECT_EQ(zul::sscanf_s("key,42", "%[^,],%d", a, sizeof a, &value), 2);
+    EXPECT_STREQ(a, "key");
     EXPECT_EQ(value, 42);
-    EXPECT_EQ(zul::sscanf_s("]]x", "%[]]", w, sizeof w), 1);
-    EXPECT_STREQ(w, "]]");
-    EXPECT_EQ(zul::sscanf_s("123", "%[a-z]", w, sizeof w), 0);  // empty match
-
-    // Size 0 never fits; suppressed text takes no size argument.
-    EXPECT_EQ(zul::sscanf_s("a", "%s", w, static_cast<zul::rsize_t>(0)), 0);
-    EXPECT_EQ(zul::sscanf_s("skip 7", "%*s %d", &value), 1);
+    EXPECT_EQ(zul::sscanf_s("skip 7", "%*s %d", &value), 1);  // suppressed text takes no size
     EXPECT_EQ(value, 7);
 }
 
