@@ -14,12 +14,15 @@
 #include <zul/base/noncopyable.h>
 #include <zul/base/raise.h>
 #include <zul/log/log_dumper.h>
+#include <zul/log/log_logger.h>
 #include <zul/log/log_tracer.h>
 #include <zul/mt/handle.h>
 #include <zul/mt/map.h>
 #include <zul/mt/mutex.h>
 #include <zul/mt/shared.h>
 #include <zul/mt/sync.h>
+#include <zul/mt/thread.h>
+#include <zul/mt/thread_id.h>
 #include <zul/platform/bounds_checked.h>
 #include <zul/pml/ntv_listvalue.h>
 #include <zul/pml/ntv_stringvalue.h>

@@ -1,4 +1,6 @@
 // Allocation helpers and the leak checker: records while started, releases, notices.
+#include "log/recording_logger.h"
+
 #include <gtest/gtest.h>
 #include <zul/base/alloc.h>
 #include <zul/base/mlcheck.h>
@@ -175,3 +177,25 @@ TEST_F(MemLeakCheckerTest, HelpersFollowEveryStartAndStop) {
 }
 
 }  // namespace
+
+TEST_F(MemLeakCheckerTest, StopWritesTheReportAsOneInformationRecord) {
+    for (bool info : {true, false}) {
+        zul_test::ScopedLibraryLogger lg;
+        lg->infoOn(info);
+        checker()->start();
+        Probe* leaked = make(33);
+        std::ostringstream report;
+        checker()->dump(report);
+        checker()->stop();
+        auto const records = lg->records();
+        if (info) {
+            ASSERT_EQ(records.size(), 1u);
+            EXPECT_NE(records[0].find("[ZUL][INFO] " + report.str()), std::string::npos)
+                << records[0];
+        } else {
+            EXPECT_TRUE(records.empty());
+        }
+        EXPECT_EQ(checker()->size(), 0u) << "a fresh checker after stop()";
+        drop(leaked);
+    }
+}

@@ -44,7 +44,7 @@ class RecordingLogger : public zul::logger {
     void reload() override {}
     void reload(zul::istr const&) override {}
     void writeAndPrint(zul::istr const& r) override { write(r); }
-    void write(zul::istr const& r) override { write(r.data(), r.size()); }
+    void write(zul::istr const& r) override { write(r.data, r.size); }
     void write(char const* data, unsigned long size) override {
         std::lock_guard<std::mutex> g(m_);
         records_.emplace_back(data ? data : "", data ? size : 0);

@@ -8,6 +8,7 @@
 #include <zul/base/base_type_time.h>
 #include <zul/base/exception.h>
 #include <zul/base/raise.h>
+#include <zul/mt/mutex.h>
 #include <zul/platform/bounds_checked.h>
 
 #include <atomic>
@@ -32,8 +33,17 @@ constexpr size_t kWorkBufferSize = 64;
 std::atomic<bool (*)(long long, std::tm*)> g_localTimeHook{nullptr};
 std::atomic<int (*)(timeval*)> g_clockHook{nullptr};
 
+// Serialises the C library's zone state: tzset() rewrites it without a lock of its own that
+// other threads could see, and localtime_r and mktime read it. Taken only on the slow paths
+// (a new zone, a new hour, a text parsed back into a time).
+Mutex& zoneMutex() {
+    static Mutex m;
+    return m;
+}
+
 bool platformLocalTime(long long seconds, std::tm* out) {
     const time_t t = static_cast<time_t>(seconds);
+    Guard_T<Mutex> lock(zoneMutex());
     return ACE_OS::localtime_r(&t, out) != nullptr;
 }
 
@@ -73,7 +83,10 @@ bool sameZone(const LocalHourCache& c, const char* tz) {
 // Makes the cache follow `tz`; false when the text is too long to key a cache.
 bool rekey(LocalHourCache& c, const char* tz) {
     c.valid = false;
-    ::tzset();
+    {
+        Guard_T<Mutex> lock(zoneMutex());
+        ::tzset();
+    }
     if (tz == nullptr) {
         c.zoneSet = false;
         c.zone[0] = '\0';
@@ -247,7 +260,11 @@ Time Time::Detail::toTime() const {
     tm.tm_hour = hour;
     tm.tm_min = minute;
     tm.tm_sec = second;
-    const time_t m = ACE_OS::mktime(&tm);
+    time_t m;
+    {
+        Guard_T<Mutex> lock(zoneMutex());
+        m = ACE_OS::mktime(&tm);
+    }
     // Wrapping arithmetic: absurd dates give absurd counts, never undefined behaviour.
     const unsigned long long us = static_cast<unsigned long long>(m) * 1000000ULL +
                                   static_cast<unsigned long long>(milliSecond * 1000LL) +

@@ -1,5 +1,6 @@
 // zul::MemLeakChecker: the process-wide checker, its records and its console notices.
 #include <zul/base/alloc.h>
+#include <zul/base/log_seam.h>
 #include <zul/base/mlcheck.h>
 
 #include <cstdio>
@@ -63,8 +64,13 @@ void MemLeakChecker::destroy() {
 
 void MemLeakChecker::stop() {
     started_ = false;
-    // Seam: the report (dump into one information record) is written here once the logger
-    // exists.
+    // The report is one information record; it is built before the checker's mutex is
+    // taken, since writing a record may allocate through the helpers.
+    if (detail::libraryInfoOn()) {
+        std::ostringstream os;
+        dump(os);
+        detail::writeInfoRecord(__FILE__, __LINE__, "stop", os.str());
+    }
     Lock lock(mtxInstance());
     if (g__inst == this) {
         detail::g__checkerIdle.store(false, std::memory_order_relaxed);

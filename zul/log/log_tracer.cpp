@@ -101,13 +101,4 @@ std::ostream& operator<<(std::ostream& os, CallStack const& s) {
     return os;
 }
 
-namespace detail {
-
-CallStack currentCallStack() {
-    // Per-thread stacks are not kept yet: every thread's stack is empty.
-    return CallStack();
-}
-
-}  // namespace detail
-
 }  // namespace zul

@@ -1,9 +1,11 @@
-// Source locations (zul::Current), the call stacks built from them (zul::CallStack) and
-// their printed forms.
+// Source locations (zul::Current), the call stacks built from them (zul::CallStack), the
+// per-thread stacks kept by zul::tracer and the scope object zul::TraceEntry that maintains them.
 #pragma once
 
 #include <zul/base/api.h>
 #include <zul/base/base_type_string.h>
+#include <zul/mt/map.h>
+#include <zul/mt/thread_id.h>
 
 #include <cstring>
 #include <deque>
@@ -105,10 +107,104 @@ ZUL_API std::ostream& operator<<(std::ostream& os, CallStack const& s);
 /// The object "zul::CallStack": its frames (outermost first) and its separator.
 ZUL_API dumper& operator<<(dumper& d, CallStack const& s);
 
+class logger;
+
+/// The call stacks of all threads, keyed by thread id.
+using CallStackMap = mt::map<ThreadId, CallStack>;
+
+/// The process-wide stack map, created on first use.
+ZUL_API CallStackMap* g__tssCallStack();
+
+/// The per-thread call stacks. Each thread reads and writes only its own stack; the map's
+/// mutex is held only to find or create it. A thread's stack stays in the map after the
+/// thread ends unless it calls destroy_current_stack().
+class ZUL_API tracer {
+  public:
+    /// The tracer, created on first use (with the stack map).
+    static tracer* instance();
+    /// Deletes the tracer and with it the stack map and every stack in it. No thread may
+    /// still trace.
+    static void destroy();
+
+    tracer();
+    ~tracer();
+    tracer(tracer const&) = delete;
+    tracer& operator=(tracer const&) = delete;
+
+    /// The calling thread's stack, created empty when missing. Only the calling thread may
+    /// use it.
+    CallStack& callStack();
+    CallStack const& callStack() const;
+    /// Appends a frame to the calling thread's stack.
+    void push(char const* file, unsigned int line, char const* func);
+    /// Removes the innermost frame of the calling thread; the stack must not be empty.
+    void pop();
+    CallStack::Frames& container() { return callStack().container(); }
+    CallStack::Frames const& container() const { return callStack().container(); }
+    /// Sets the calling thread's separator; returns the tracer.
+    tracer const& separator(char const* s) const;
+    istr separator() const { return callStack().separator(); }
+    /// Removes the calling thread's stack from the map.
+    void destroy_current_stack();
+
+    /// Writes the calling thread's stack in its printed form.
+    void dump(std::ostream& os) const;
+    /// The object "zul::tracer" with the calling thread's stack as "callStack()".
+    void dump(dumper& d) const;
+
+  private:
+    friend class TraceEntry;
+
+    /// The number of frames of the calling thread.
+    unsigned long depth() const;
+    /// Copies the innermost frame and the number of frames below it; false when empty.
+    bool top(Current& frame, unsigned long& below) const;
+    /// Pops the innermost frame when there is one.
+    void popIfAny();
+};
+
+/// Writes the calling thread's call stack to `os`.
+ZUL_API void printTraceStack(std::ostream& os);
+
+/// One traced scope: pushes a frame on the calling thread's stack for its lifetime and, when
+/// its type asks for it and the logger's traceOn() is true, writes an entry and an exit
+/// record indented by the depth of the stack.
+class ZUL_API TraceEntry {
+  public:
+    /// A bit set: 1 = entry record, 2 = exit record, 3 = both, 0 = neither.
+    using LogType = unsigned int;
+
+    /// Writes the entry record (depth: the frames before this one), then pushes the frame.
+    /// A null `info` is empty.
+    TraceEntry(logger& lg, char const* file, unsigned int line, char const* func, LogType type,
+               char const* info);
+    /// Writes the exit record and pops the innermost frame; nothing when the stack is empty.
+    ~TraceEntry();
+    TraceEntry(TraceEntry const&) = delete;
+    TraceEntry& operator=(TraceEntry const&) = delete;
+
+    /// Writes one trace record when `type` has the bit for it and the logger traces.
+    void writeLog(bool enter, char const* func, char fill, unsigned long depth);
+    /// Appends 4 * `depth` copies of `c` to `s`.
+    static void indentString(std::string& s, unsigned long depth, char c);
+
+    LogType logType() const { return type_; }
+    void addType(LogType t) { type_ |= t; }
+    std::string const& info() const { return info_; }
+
+  private:
+    /// True when the record of this direction would be written.
+    bool wants(bool enter) const;
+
+    logger& logger_;
+    LogType type_;
+    std::string info_;
+};
+
 namespace detail {
 
 /// The calling thread's call stack, copied. The one place where exceptions and records take
-/// their stack from; empty while no per-thread stacks are kept.
+/// their stack from.
 ZUL_API CallStack currentCallStack();
 
 }  // namespace detail

@@ -1,7 +1,6 @@
 // Text forms of thread and process identifiers.
-#include <zul/mt/thread_id.h>
-
 #include <zul/log/log_dumper.h>
+#include <zul/mt/thread_id.h>
 
 #include <cstdio>
 #include <ostream>

@@ -4,6 +4,7 @@
 #include <netinet/in.h>
 #include <zul/base/exception.h>
 #include <zul/base/raise.h>
+#include <zul/mt/thread.h>
 #include <zul/platform/bounds_checked.h>
 #include <zul/util/util_func.h>
 
@@ -314,6 +315,10 @@ const unsigned char* SafeStr(const unsigned char* p) {
 String getenv(const char* name) {
     const char* v = name != nullptr ? ::getenv(name) : nullptr;
     return v != nullptr ? String(v) : String();
+}
+
+void sleep(unsigned long ms) {
+    ThreadControl::sleep(Time::milliSeconds(static_cast<long long>(ms)));
 }
 
 int getLastErrno() {

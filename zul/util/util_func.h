@@ -119,6 +119,9 @@ ZUL_API const unsigned char* SafeStr(const unsigned char* p);
 /// Code inside namespace zul that wants the C function must write ::getenv.
 ZUL_API String getenv(const char* name);
 
+/// Blocks the calling thread for `ms` milliseconds (an interrupted sleep is not resumed).
+ZUL_API void sleep(unsigned long ms);
+
 /// The calling thread's errno.
 ZUL_API int getLastErrno();
 /// getLastErrorMsg(errno).
