@@ -1,9 +1,12 @@
 // Tests of the value tree: structure, lookups, paths, copies, failures and deep trees.
 #include <zul/base/alloc.h>
 #include <zul/base/mlcheck.h>
+#include <zul/base/pool.h>
 
 #include <stdexcept>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "pml_test_support.h"
 
@@ -360,6 +363,60 @@ TEST(NtvUnit, EveryNodeAndValueIsTrackedAndReleased) {
         zul::destroy_no_mlc(cl, __FILE__, __LINE__, "t");
         copy.clear();
     }
+    EXPECT_EQ(checker->size(), 0u);
+    checker->stop();
+}
+
+TEST(NtvUnit, NodesRecycleAcrossThreadsAndStayTracked) {
+    zul::detail::poolTrim();
+    // A node from a plain new-expression, from the library, or from the global operator new
+    // (as the allocation helpers make it) may be released either way.
+    Unit* u = new Unit(istr("n"));
+    delete u;
+    EXPECT_EQ(zul::detail::poolCachedBytes(), sizeof(Unit));
+    Unit* again = new Unit;
+    EXPECT_EQ(again, u);  // the block came back from this thread's cache
+    delete again;
+    Unit* helperMade = zul::allocate_no_mlc<Unit>(__FILE__, __LINE__, "t");
+    zul::destroy_no_mlc(helperMade, __FILE__, __LINE__, "t");
+    EXPECT_EQ(zul::detail::poolCachedBytes(), 2 * sizeof(Unit));
+    ValueBase* v = StringValue::create(istr("a text too long for the short form"));
+    zul::destroy_pop_maybe(v, __FILE__, __LINE__, "t");
+    zul::destroy_no_mlc(v, __FILE__, __LINE__, "t");  // the real size of the value goes back
+    EXPECT_EQ(zul::detail::poolCachedBytes(), 2 * sizeof(Unit) + sizeof(StringValue));
+    zul::detail::poolTrim();
+
+    // Trees built on some threads and destroyed on others, all recorded and all released.
+    zul::MemLeakChecker* checker = zul::MemLeakChecker::instance();
+    checker->start();
+    constexpr int kTrees = 8;
+    std::vector<Unit*> trees(kTrees, nullptr);
+    std::vector<std::thread> makers;
+    for (int t = 0; t < kTrees; ++t) {
+        makers.emplace_back([&trees, t] {
+            Unit* root = new Unit;
+            std::string text = "r(";
+            for (int i = 0; i < 200; ++i)
+                text += "c" + std::to_string(i) + "(x:int(" + std::to_string(i) +
+                        ") :s(long enough text))";
+            text += ")";
+            EXPECT_TRUE(zul::pml::ntvFromPml(*root, istr(text)));
+            trees[t] = root;
+        });
+    }
+    for (std::thread& m : makers) m.join();
+    EXPECT_GE(checker->size(), static_cast<size_t>(kTrees) * 200 * 6);
+    std::vector<std::thread> breakers;
+    for (int t = 0; t < kTrees; t += 2) {
+        breakers.emplace_back([&trees, t] {
+            for (int k = t; k < t + 2; ++k) {
+                EXPECT_EQ(expectConsistent(*trees[k]), 1u + 200 * 3);
+                EXPECT_EQ((*trees[k])[istr("c199")][istr("x")].getStringValue(), istr("199"));
+                delete trees[k];
+            }
+        });
+    }
+    for (std::thread& b : breakers) b.join();
     EXPECT_EQ(checker->size(), 0u);
     checker->stop();
 }

@@ -12,11 +12,11 @@
 namespace zul {
 namespace detail {
 
-/// Creates a `T` through the allocation helpers, labelled with the given site.
+/// Creates a `T` (a node or a value, whose own operator new draws on the per-thread block
+/// caches) and records it with the leak checker under the given site.
 template <class T, class... Args>
 T* ntvNew(char const* file, unsigned int line, char const* func, Args&&... args) {
-    return zul::allocate_push_maybe(
-        zul::allocate_no_mlc<T>(file, line, func, std::forward<Args>(args)...), file, line, func);
+    return zul::allocate_push_maybe(new T(std::forward<Args>(args)...), file, line, func);
 }
 
 /// Destroys a `T` made by ntvNew (null is fine) and nulls the pointer.

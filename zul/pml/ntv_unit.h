@@ -7,6 +7,7 @@
 #include <zul/base/base_type_string.h>
 #include <zul/base/base_type_wstring.h>
 #include <zul/base/noncopyable.h>
+#include <zul/base/pool.h>
 #include <zul/pml/pml_show.h>
 
 #include <cstddef>
@@ -26,7 +27,13 @@ namespace detail {
 /// Orders the keys of a node's children index and lets them be found by any text view.
 struct NtvKeyLess {
     using is_transparent = void;
-    bool operator()(std::string_view a, std::string_view b) const noexcept { return a < b; }
+    bool operator()(std::string_view a, std::string_view b) const noexcept {
+        // Sibling names mostly differ in their first character: settle those inline.
+        if (!a.empty() && !b.empty() && a[0] != b[0]) {
+            return static_cast<unsigned char>(a[0]) < static_cast<unsigned char>(b[0]);
+        }
+        return a < b;
+    }
 };
 
 }  // namespace detail
@@ -57,6 +64,15 @@ class ZUL_API ValueBase : public zul::noncopyable {
     /// Writes the value through a dumper.
     virtual void dump(zul::dumper& d) const = 0;
 
+    /// Values (of every kind: the virtual destructor passes the real size) live in the
+    /// per-thread block caches of zul/base/pool.h.
+    static void* operator new(std::size_t size) { return zul::detail::poolAllocate(size); }
+    static void* operator new(std::size_t, void* where) noexcept { return where; }
+    static void operator delete(void* p, std::size_t size) noexcept {
+        zul::detail::poolRelease(p, size);
+    }
+    static void operator delete(void*, void*) noexcept {}
+
     /// The node that holds this value (not owned).
     Unit*& owner() { return owner_; }
     Unit* const& owner() const { return owner_; }
@@ -74,7 +90,16 @@ class ZUL_API ValueBase : public zul::noncopyable {
 class ZUL_API Unit {
   public:
     /// The children index: a named child under its name, an unnamed one under "[index]".
-    using ChildrenMap = std::map<String, Unit*, zul::detail::NtvKeyLess>;
+    using ChildrenMap = std::map<String, Unit*, zul::detail::NtvKeyLess,
+                                 zul::detail::PoolAllocator<std::pair<const String, Unit*>>>;
+
+    /// Nodes live in the per-thread block caches of zul/base/pool.h.
+    static void* operator new(std::size_t size) { return zul::detail::poolAllocate(size); }
+    static void* operator new(std::size_t, void* where) noexcept { return where; }
+    static void operator delete(void* p, std::size_t size) noexcept {
+        zul::detail::poolRelease(p, size);
+    }
+    static void operator delete(void*, void*) noexcept {}
 
     /// Empty name, type and value; a null parent makes a root.
     explicit Unit(Unit* parent = nullptr);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <zul/base/exception.h>
+#include <zul/base/pool.h>
 #include <zul/base/raise.h>
 #include <zul/pml/ntv_detail.h>
 #include <zul/pml/ntv_listvalue.h>
@@ -14,7 +15,6 @@
 #include <exception>
 #include <fstream>
 #include <istream>
-#include <memory>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -102,38 +102,51 @@ constexpr std::size_t kPmlMaxDepth = 1024;
 
 namespace detail {
 
-/// The characters that end a run of plain token text: NUL, ":", "(", ")", both quotes, "^".
-struct PmlStopTable {
-    bool stop[128];
-    constexpr PmlStopTable() : stop() {
-        stop[0] = true;
-        stop[static_cast<unsigned char>(':')] = true;
-        stop[static_cast<unsigned char>('(')] = true;
-        stop[static_cast<unsigned char>(')')] = true;
-        stop[static_cast<unsigned char>('\'')] = true;
-        stop[static_cast<unsigned char>('"')] = true;
-        stop[static_cast<unsigned char>('^')] = true;
+/// Classes of the 8-bit code units, one bit each: a blank for every locale; a character that
+/// ends a run of plain token text (NUL, ":", "(", ")", both quotes, "^"); one that ends a run
+/// inside a quoted literal (NUL, both quotes, "^"); one whose blankness depends on the locale
+/// (the other control characters and every non-ASCII unit), left to CharIsSpace.
+enum : unsigned char { kPmlBlank = 1, kPmlStop = 2, kPmlQuoteStop = 4, kPmlAskBlank = 8 };
+
+struct PmlCharTable {
+    unsigned char cls[256];
+    constexpr PmlCharTable() : cls() {
+        for (int c = 0; c < 256; ++c) {
+            if (c == 0x20 || (c >= 0x09 && c <= 0x0d)) {
+                cls[c] = kPmlBlank;
+            } else if (c != 0 && (c < 0x20 || c >= 0x7f)) {
+                cls[c] = kPmlAskBlank;
+            }
+        }
+        const char stops[] = {':', '(', ')', '\'', '"', '^'};
+        for (char c : stops) cls[static_cast<unsigned char>(c)] |= kPmlStop;
+        const char quoteStops[] = {'\'', '"', '^'};
+        for (char c : quoteStops) cls[static_cast<unsigned char>(c)] |= kPmlQuoteStop;
+        cls[0] = kPmlStop | kPmlQuoteStop;
     }
 };
-inline constexpr PmlStopTable kPmlStop{};
+inline constexpr PmlCharTable kPmlChars{};
+
+/// The class bits of `c`; a wide character beyond the 8-bit range only asks CharIsSpace.
+template <class CharT>
+inline unsigned pmlClass(CharT c) {
+    using U = std::make_unsigned_t<CharT>;
+    const U u = static_cast<U>(c);
+    if (sizeof(CharT) > 1 && u > 0xff) return kPmlAskBlank;
+    return kPmlChars.cls[static_cast<unsigned char>(u)];
+}
 
 template <class CharT>
 inline bool pmlIsStop(CharT c) {
-    using U = std::make_unsigned_t<CharT>;
-    const U u = static_cast<U>(c);
-    return u < 128 && kPmlStop.stop[u];
+    return (pmlClass(c) & kPmlStop) != 0;
 }
 
-/// The CharIsSpace test, answered inline for ASCII: the six standard blanks are blank in
-/// every locale and the other printable characters never are; the rest asks CharIsSpace.
+/// The CharIsSpace test, answered from the table where every locale agrees.
 template <class CharT>
 inline bool pmlIsBlank(CharT c) {
-    using U = std::make_unsigned_t<CharT>;
-    const U u = static_cast<U>(c);
-    if (u > 0x20 && u < 0x7f) return false;
-    if (u == 0x20 || (u >= 0x09 && u <= 0x0d)) return true;
-    if (u == 0) return false;
-    return zul::CharIsSpace(c);
+    const unsigned k = pmlClass(c);
+    if (k & kPmlBlank) return true;
+    return (k & kPmlAskBlank) != 0 && zul::CharIsSpace(c);
 }
 
 /// StrTrimRight, skipping the call when the text does not end in a blank.
@@ -169,15 +182,26 @@ inline void pmlStoreText(String& out, const std::wstring& token) {
 
 /// The children read so far for every list still open, innermost last. A list takes its
 /// children over in one step when it ends, so its storage is sized once and exactly. The
-/// entries live in blocks of a fixed size below the allocator's large-request size:
+/// entries live in cached blocks of a fixed size below the allocator's large-request size:
 /// collecting them never makes a large request, which with glibc would first merge every
 /// small block freed so far (the nodes of a tree destroyed before this parse, for one).
 class PmlPending {
   public:
+    PmlPending() = default;
+    PmlPending(const PmlPending&) = delete;
+    PmlPending& operator=(const PmlPending&) = delete;
+    ~PmlPending() {
+        for (Block* b : blocks_) zul::detail::poolRelease(b, sizeof(Block));
+    }
+
     std::size_t size() const { return size_; }
     ntv::Unit* operator[](std::size_t i) const { return blocks_[i / kBlock]->at[i % kBlock]; }
+
     void push_back(ntv::Unit* u) {
-        if (size_ == blocks_.size() * kBlock) blocks_.push_back(std::make_unique<Block>());
+        if (size_ == blocks_.size() * kBlock) {
+            if (blocks_.size() == blocks_.capacity()) blocks_.reserve(2 * blocks_.size() + 8);
+            blocks_.push_back(static_cast<Block*>(zul::detail::poolAllocate(sizeof(Block))));
+        }
         blocks_[size_ / kBlock]->at[size_ % kBlock] = u;
         ++size_;
     }
@@ -189,7 +213,7 @@ class PmlPending {
     struct Block {
         ntv::Unit* at[kBlock];
     };
-    std::vector<std::unique_ptr<Block>> blocks_;
+    std::vector<Block*> blocks_;  // from the per-thread block caches
     std::size_t size_ = 0;
 };
 
@@ -344,7 +368,11 @@ class pmlLexerLpctstr {
 
     bool __skip_blank(CharT& c) {
         const CharT* s = p_;
-        while (detail::pmlIsBlank(*s)) ++s;
+        for (;; ++s) {
+            const unsigned k = detail::pmlClass(*s);
+            if (k & detail::kPmlBlank) continue;
+            if (!(k & detail::kPmlAskBlank) || !zul::CharIsSpace(*s)) break;
+        }
         p_ = s;
         return get(c);
     }
@@ -359,7 +387,10 @@ class pmlLexerLpctstr {
 
     bool appendQuoted(string_type& token, CharT close, CharT& c) {
         const CharT* s = p_;
-        while (*s != close && *s != Const<CharT>::ESCAPE_CHAR && *s != CharT()) ++s;
+        for (;; ++s) {
+            if (!(detail::pmlClass(*s) & detail::kPmlQuoteStop)) continue;
+            if (*s == close || *s == Const<CharT>::ESCAPE_CHAR || *s == CharT()) break;
+        }
         token.append(p_, static_cast<std::size_t>(s - p_));
         p_ = s;
         return get(c);
