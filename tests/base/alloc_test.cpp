@@ -1,6 +1,4 @@
 // Allocation helpers and the leak checker: records while started, releases, notices.
-#include "log/recording_logger.h"
-
 #include <gtest/gtest.h>
 #include <zul/base/alloc.h>
 #include <zul/base/mlcheck.h>
@@ -10,6 +8,8 @@
 #include <stdexcept>
 #include <thread>
 #include <vector>
+
+#include "log/recording_logger.h"
 
 namespace {
 

@@ -1,7 +1,5 @@
 // Per-thread call stacks and traced scopes: depth, indentation, records, independence of
 // threads, and the stack an exception carries.
-#include "log/recording_logger.h"
-
 #include <gtest/gtest.h>
 #include <zul/base/exception.h>
 #include <zul/base/raise.h>
@@ -12,9 +10,13 @@
 #include <string>
 #include <thread>
 
+#include "log/recording_logger.h"
+
 namespace {
 
-size_t depth() { return zul::tracer::instance()->container().size(); }
+size_t depth() {
+    return zul::tracer::instance()->container().size();
+}
 
 }  // namespace
 
@@ -49,8 +51,8 @@ TEST(TraceEntry, TypeBitsAndSwitchSelectRecords) {
         zul::TraceEntry::LogType type;
         bool traceOn;
         size_t entries, exits;
-    } const rows[] = {{0, true, 0, 0}, {1, true, 1, 0}, {2, true, 0, 1},
-                      {3, true, 1, 1}, {3, false, 0, 0}};
+    } const rows[] = {
+        {0, true, 0, 0}, {1, true, 1, 0}, {2, true, 0, 1}, {3, true, 1, 1}, {3, false, 0, 0}};
     for (auto const& r : rows) {
         zul_test::RecordingLogger lg;
         lg.traceOn(r.traceOn);

@@ -16,9 +16,6 @@ namespace {
 
 // Labels of the report; each takes twelve columns so continuation lines align.
 constexpr char kReportOpen[] = "{\n EXCEPTION: ";
-constexpr char kAtPrefix[] = "\n        AT: ";
-constexpr char kStackLabel[] = "\nCALL STACK: ";
-constexpr char kStackSeparator[] = "\n            ";
 constexpr char kReportClose[] = "\n}";
 
 constexpr char kDefaultName[] = "zul::Exception";
@@ -56,8 +53,7 @@ char const* Exception::what() const noexcept {
 
 std::ostream& Exception::dump(std::ostream& os) const {
     os << kReportOpen << name_ << ' ' << msg_;
-    os << info_.prefix(kAtPrefix);
-    os << kStackLabel << stack_.separator(kStackSeparator);
+    detail::writePositionAndStack(os, info_, stack_);
     return os << kReportClose;
 }
 

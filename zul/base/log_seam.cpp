@@ -1,6 +1,5 @@
 // The library's record seam: every record of the library's own modules passes through here.
 #include <zul/base/log_seam.h>
-
 #include <zul/log/log_logger.h>
 
 #include <atomic>
@@ -81,7 +80,9 @@ void guarded(F&& f) noexcept {
 
 }  // namespace
 
-logger* libraryLogger() noexcept { return g_libraryLogger.load(std::memory_order_acquire); }
+logger* libraryLogger() noexcept {
+    return g_libraryLogger.load(std::memory_order_acquire);
+}
 
 logger& libraryLoggerRef() noexcept {
     logger* lg = libraryLogger();
@@ -112,8 +113,8 @@ void writeInfoRecord(char const* file, unsigned int line, char const* func,
         guarded([&] { writeInfoLog(*lg, file, line, func, msg.c_str(), "INFO"); });
 }
 
-void writeErrorRecord(char const* file, unsigned int line, char const* func,
-                      std::string const& msg, char const* tag) noexcept {
+void writeErrorRecord(char const* file, unsigned int line, char const* func, std::string const& msg,
+                      char const* tag) noexcept {
     if (logger* lg = libraryLogger())
         guarded([&] { writeErrorLog(*lg, file, line, func, msg.c_str(), tag); });
 }

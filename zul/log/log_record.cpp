@@ -19,9 +19,6 @@ constexpr size_t kLineWidth = 118;
 constexpr char kCauseLabel[] = "     CAUSE: ";
 constexpr char kCaughtCause[] = "     CAUSE: catch a exception.";
 constexpr char kConditionLabel[] = " CONDITION: ";
-constexpr char kPositionLabel[] = "\n        AT: ";
-constexpr char kStackLabel[] = "\nCALL STACK: ";
-constexpr char kStackSeparator[] = "\n            ";
 constexpr char kWillDoLabel[] = "\n   WILL DO: ";
 
 constexpr char kThrowingTag[] = "THROWING";
@@ -95,12 +92,7 @@ std::string headerText(logger& lg, istr tag) {
 // after "\nCALL STACK: ", one frame per line below the first.
 void appendPositionAndStack(std::ostream& os, char const* file, unsigned int line,
                             char const* func) {
-    Current const position(file, line, func);
-    position.prefix(kPositionLabel);
-    os << position << kStackLabel;
-    CallStack const stack = detail::currentCallStack();
-    stack.separator(kStackSeparator);
-    os << stack;
+    detail::writePositionAndStack(os, Current(file, line, func), detail::currentCallStack());
 }
 
 void writeText(std::ostream& os, char const* s) {

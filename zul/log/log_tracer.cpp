@@ -101,4 +101,15 @@ std::ostream& operator<<(std::ostream& os, CallStack const& s) {
     return os;
 }
 
+namespace detail {
+
+std::ostream& writePositionAndStack(std::ostream& os, Current const& position,
+                                    CallStack const& stack) {
+    // Every label with its trailing blank takes twelve columns, so continuation lines align.
+    os << position.prefix("\n        AT: ");
+    return os << "\nCALL STACK: " << stack.separator("\n            ");
+}
+
+}  // namespace detail
+
 }  // namespace zul

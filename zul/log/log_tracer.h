@@ -207,6 +207,12 @@ namespace detail {
 /// their stack from.
 ZUL_API CallStack currentCallStack();
 
+/// The position and call-stack lines shared by exception reports and failure records:
+/// "\n        AT: " and `position`, then "\nCALL STACK: " and `stack`, one frame per line
+/// after twelve blanks. Sets the prefix of `position` and the separator of `stack`.
+ZUL_API std::ostream& writePositionAndStack(std::ostream& os, Current const& position,
+                                            CallStack const& stack);
+
 }  // namespace detail
 
 }  // namespace zul

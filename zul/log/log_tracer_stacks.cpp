@@ -14,13 +14,21 @@ CallStackMap* g__tssCallStack() {
     return Singleton_T<CallStackMap>::instance(__FILE__, __LINE__, "g__tssCallStack");
 }
 
-tracer* tracer::instance() { return Singleton_T<tracer>::instance(__FILE__, __LINE__, "instance"); }
+tracer* tracer::instance() {
+    return Singleton_T<tracer>::instance(__FILE__, __LINE__, "instance");
+}
 
-void tracer::destroy() { Singleton_T<tracer>::destroy(); }
+void tracer::destroy() {
+    Singleton_T<tracer>::destroy();
+}
 
-tracer::tracer() { g__tssCallStack(); }
+tracer::tracer() {
+    g__tssCallStack();
+}
 
-tracer::~tracer() { Singleton_T<CallStackMap>::destroy(); }
+tracer::~tracer() {
+    Singleton_T<CallStackMap>::destroy();
+}
 
 // A thread's frames change only under the map's mutex (the thread itself reads them
 // without it). Besides keeping dumps safe, this orders the writes of a finished thread
@@ -29,11 +37,15 @@ namespace {
 
 using MapLock = Guard_T<Mutex>;
 
-CallStack& ownStack(CallStackMap& m) { return m.unsafe_map()[currentThreadId()]; }
+CallStack& ownStack(CallStackMap& m) {
+    return m.unsafe_map()[currentThreadId()];
+}
 
 }  // namespace
 
-CallStack& tracer::callStack() { return g__tssCallStack()->unsafe_at(currentThreadId()); }
+CallStack& tracer::callStack() {
+    return g__tssCallStack()->unsafe_at(currentThreadId());
+}
 
 CallStack const& tracer::callStack() const {
     return g__tssCallStack()->unsafe_at(currentThreadId());
@@ -79,16 +91,22 @@ tracer const& tracer::separator(char const* s) const {
     return *this;
 }
 
-void tracer::destroy_current_stack() { g__tssCallStack()->erase(currentThreadId()); }
+void tracer::destroy_current_stack() {
+    g__tssCallStack()->erase(currentThreadId());
+}
 
-void tracer::dump(std::ostream& os) const { os << callStack(); }
+void tracer::dump(std::ostream& os) const {
+    os << callStack();
+}
 
 void tracer::dump(dumper& d) const {
     dumper::_Entry entry(d, "zul::tracer");
     d << indent << namestring("callStack()") << callStack() << endline;
 }
 
-void printTraceStack(std::ostream& os) { tracer::instance()->dump(os); }
+void printTraceStack(std::ostream& os) {
+    tracer::instance()->dump(os);
+}
 
 TraceEntry::TraceEntry(logger& lg, char const* file, unsigned int line, char const* func,
                        LogType type, char const* info)
@@ -148,7 +166,9 @@ void TraceEntry::writeLog(bool enter, char const* func, char fill, unsigned long
 
 namespace detail {
 
-CallStack currentCallStack() { return tracer::instance()->callStack(); }
+CallStack currentCallStack() {
+    return tracer::instance()->callStack();
+}
 
 }  // namespace detail
 

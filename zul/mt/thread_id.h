@@ -1,11 +1,10 @@
 // Thread and process identifiers (zul::ThreadId, zul::ProcessId) and their text forms.
 #pragma once
 
-#include <zul/base/api.h>
-#include <zul/base/base_type_string.h>
-
 #include <pthread.h>
 #include <unistd.h>
+#include <zul/base/api.h>
+#include <zul/base/base_type_string.h>
 
 #include <cstdint>
 #include <iosfwd>
@@ -27,7 +26,9 @@ inline ThreadId currentThreadId() noexcept {
     return static_cast<ThreadId>(static_cast<std::uint64_t>(pthread_self()));
 }
 /// The identifier of the calling process.
-inline ProcessId currentProcessId() noexcept { return static_cast<ProcessId>(getpid()); }
+inline ProcessId currentProcessId() noexcept {
+    return static_cast<ProcessId>(getpid());
+}
 /// The pthread_t that `id` names.
 inline pthread_t toPthread(ThreadId id) noexcept {
     return static_cast<pthread_t>(static_cast<std::uint64_t>(id));
