@@ -167,7 +167,10 @@ void TraceEntry::writeLog(bool enter, char const* func, char fill, unsigned long
 namespace detail {
 
 CallStack currentCallStack() {
-    return tracer::instance()->callStack();
+    tracer::instance();
+    CallStackMap& m = *g__tssCallStack();
+    MapLock lock(m.mutex());
+    return ownStack(m);
 }
 
 }  // namespace detail
