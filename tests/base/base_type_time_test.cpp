@@ -111,8 +111,8 @@ TEST(Time, RenderingsInSeveralZones) {
     struct Row { const char* zone; long long us; const char* full; const char* dateTime; };
     const Row rows[] = {
         {utc, 0, "1970-01-01 00:00:00.000000", "<null>"},
-        {sh, 0, "1970-01-01 08:00:00.000000", "<null>"},
         {ny, 0, "1969-12-31 19:00:00.000000", "<null>"},
+
         {utc, kSample, "2024-03-05 14:07:09.123456", "2024-03-05 14:07:09.123"},
         {sh, kSample, "2024-03-05 22:07:09.123456", "2024-03-05 22:07:09.123"},
         {ny, kSample, "2024-03-05 09:07:09.123456", "2024-03-05 09:07:09.123"},

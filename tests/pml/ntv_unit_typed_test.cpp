@@ -74,8 +74,8 @@ TEST(NtvUnitTyped, InsertionTexts) {
         {PUT(INT_MIN), "-2147483648"}, {PUT(UINT_MAX), "4294967295"},
         {PUT(LONG_MIN), "-9223372036854775808"}, {PUT(ULONG_MAX), "18446744073709551615"},
         {PUT(LLONG_MAX), "9223372036854775807"}, {PUT(ULLONG_MAX), "18446744073709551615"},
-        {PUT(zul::Short(-7)), "-7"}, {PUT(zul::Ushort(7)), "7"}, {PUT(zul::Long(-1)), "-1"},
-        {PUT(zul::Ulong(1)), "1"}, {PUT(zul::Longlong(-3)), "-3"}, {PUT(zul::Byte(255)), "255"},
+        {PUT(zul::Short(-7)), "-7"}, {PUT(zul::Byte(255)), "255"},  // one wrapper per path
+
         {PUT(1.5f), "1.5"}, {PUT(0.1), "0.1"}, {PUT(1e7), "1e+07"},
         {PUT(123456789.0), "1.23457e+08"},
         {PUT(zul::Wchar(0xE9)), "\\u00E9"}, {PUT(zul::Wchar(0x1F600)), "\\uF600"},
@@ -116,12 +116,11 @@ TEST(NtvUnitTyped, ExtractionRules) {
 
     expectRead<zul::Byte>("300", true, 44);  // the low 8 bits
     expectRead<zul::Byte>("70000", false, 0);
-    expectRead<zul::Short>("-12", true, -12);      expectRead<zul::Long>("-12", true, -12);
-    expectRead<zul::Longlong>("-12", true, -12);   expectRead<zul::Ushort>("x", false, 0);
-    expectRead<zul::Ulong>("8", true, 8);          expectRead<zul::Bit>("true", true, true);
-    expectRead<volatile int>("5", true, 5);        expectRead<volatile int>("q", false, 0);
+    expectRead<zul::Short>("-12", true, -12);      expectRead<zul::Ushort>("x", false, 0);
+    expectRead<zul::Bit>("true", true, true);      expectRead<volatile int>("q", false, 0);
     expectRead<volatile double>("5", true, 5);     expectRead<volatile bool>("1", true, true);
     expectRead<volatile bool>("5", false, false);  // "5" is not a bool
+
     // clang-format on
 
     Unit u;

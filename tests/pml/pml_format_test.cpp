@@ -36,19 +36,11 @@ TEST(PmlFormat, EverySourceToEveryDestination) {
         EXPECT_TRUE(format(out)) << name;
         EXPECT_EQ(slurp(out.filename()), expected) << name;
     };
+    // The sources share the readers of ntvFromPml (pml_reader_test): one narrow, one wide
+    // that moves a pointer on, and a file.
     check("istream", [&](auto& d) {
         std::istringstream is(text);
         return pml::format(is, d, COMPACT, kNTV);
-    });
-    check("wistream", [&](auto& d) {
-        std::wistringstream is(wide);
-        return pml::format(is, d, COMPACT, kNTV);
-    });
-    check("pointer", [&](auto& d) {
-        const char* p = text.c_str();
-        const bool ok = pml::format(p, d, COMPACT, kNTV);
-        EXPECT_STREQ(p, " tail");
-        return ok;
     });
     check("wpointer", [&](auto& d) {
         const wchar_t* p = wide.c_str();
@@ -56,8 +48,6 @@ TEST(PmlFormat, EverySourceToEveryDestination) {
         EXPECT_STREQ(p, L" tail");
         return ok;
     });
-    check("istr", [&](auto& d) { return pml::format(istr(text), d, COMPACT, kNTV); });
-    check("iwstr", [&](auto& d) { return pml::format(zul::iwstr(wide), d, COMPACT, kNTV); });
     check("file", [&](auto& d) { return pml::format(src, d, COMPACT, kNTV); });
 }
 

@@ -123,12 +123,6 @@ TEST(PmlWriter, EscapingOfValuesAndNames) {
         // Unescaping only strips the quotes, so texts without "^" or '"' come back.
         pml::unescapeString(s);
         EXPECT_TRUE(in.find_first_of("^\"") != std::string::npos || s == in) << r.in;
-        // The wide forms agree on ASCII text.
-        if (in.find_first_of("\x80\xc3") == std::string::npos) {
-            std::wstring w = widen(in);
-            pml::escapeString(w);
-            EXPECT_EQ(w, widen(r.escaped));
-        }
         // The name rule: escape a copy, unescape it, write the result (never quoted).
         String name(r.in);
         pml::escapeString(name);
@@ -153,7 +147,9 @@ TEST(PmlWriter, EscapingOfValuesAndNames) {
         pml::unescapeString(w);
         EXPECT_EQ(w, widen(r[1])) << r[0];
     }
-    // Wide text: only bit 7 of the low byte counts besides the special characters.
+    // Wide text shares the template; only bit 7 of the low byte counts besides the special
+    // characters.
+
     // clang-format off
     const std::pair<wchar_t, bool> wide[] = {{L'a', false}, {0x100, false}, {0x7F, false},
         {0xE9, true}, {0x1E9, true}, {0x20AC, true}, {0x2028, false}, {L'^', true}, {L'\'', true}};
@@ -163,11 +159,6 @@ TEST(PmlWriter, EscapingOfValuesAndNames) {
         pml::escapeString(w);
         EXPECT_EQ(w.size() != 1, r.second) << static_cast<unsigned>(r.first);
     }
-    for (char c : std::string("():*^'\"")) {
-        EXPECT_TRUE(pml::__isSpeacialChar(c)) << c;
-        EXPECT_TRUE(pml::__isSpeacialChar(wchar_t(c))) << c;
-    }
-    for (char c : std::string("abc []/.\\\x80-")) EXPECT_FALSE(pml::__isSpeacialChar(c)) << c;
 }
 
 TEST(PmlWriter, TextForms) {
@@ -230,9 +221,6 @@ TEST(PmlWriter, EntryPointsAgreeForEveryDestination) {
         EXPECT_TRUE(r.toStream(cfg, os, p));
         EXPECT_EQ(os.str(), expected);
         EXPECT_EQ(cfg.str(r.mode, p), expected);
-        s = "keep:";
-        cfg.toString(s, r.mode, pml::TYPE | pml::VALUE);
-        EXPECT_EQ(s, "keep:" + toPml(cfg, r.mode, pml::TYPE | pml::VALUE));
         for (int viaMode = 0; viaMode < 2; ++viaMode) {  // a file is replaced, not appended to
             EXPECT_TRUE(viaMode ? pml::ntvToPml(cfg, file, r.mode, p) : r.toFile(cfg, file, p));
             EXPECT_EQ(slurp(file.filename()), expected);
@@ -277,13 +265,11 @@ TEST(PmlWriter, TemplatesWithLevelAndIndent) {
     // Every child starts with its own indentation, named ones too (on the same line).
     EXPECT_EQ(
         s, "  cfg(  level:int(3)  names(\n        :s(a b)\n        :s(x)\n  )  dir(\"C:/tmp\"))");
-    s.clear();  // the pieces; no indentation for a level of 0 or less
+    s.clear();  // no indentation for a level of 0 or less
     pml::__WriteIndent<char>(s, 0, "    ");
     pml::__WriteIndent<char>(s, -2, "    ");
-    pml::__WriteLineSeparator<char>(s, 2, "ab", "\n");
-    pml::__WritePath<char>(s, std::string("/x"));
-    pml::__WriteType<char>(s, std::string("t^"));
-    EXPECT_EQ(s, "\nabab(* /x *) :t^");
+    pml::__WriteIndent<char>(s, 2, "ab");
+    EXPECT_EQ(s, "abab");
 }
 
 TEST(PmlWriter, ValueTreeTextForms) {
@@ -295,9 +281,6 @@ TEST(PmlWriter, ValueTreeTextForms) {
     String s("> ");
     s << cfg;
     EXPECT_EQ(s, "> " + formatted);
-    String viaValueRule("> ");
-    viaValueRule += cfg;  // the library-wide value-to-text rule goes through the stream form
-    EXPECT_EQ(viaValueRule, s);
 
     // The values write themselves: a text escaped, a list child by child, one per line.
     std::ostringstream value, list;
@@ -352,44 +335,34 @@ TEST(PmlWriter, LargeAndDeepTrees) {
 
 namespace {
 
-// A pseudo-random tree whose names and types hold no special characters, where every node
-// has a value and every list a child: such a tree reads back unchanged from every layout.
-void buildRandom(Unit& root, unsigned seed, int maxDepth) {
-    unsigned state = seed * 2654435761u + 1;
-    auto next = [&state](unsigned n) {
-        state = state * 1103515245u + 12345u;
-        return (state >> 16) % n;
-    };
+// A tree whose names and types hold no special characters, where every node has a value and
+// every list a child: each text sits in a named leaf, an unnamed one (typed or not) and a typed
+// one, one level deeper per text, so the tree reads back unchanged from every layout.
+void buildSpecials(Unit& root) {
     const char* texts[] = {"1",           "a b",    "x:y",  "say \"hi\"", "^",    "'q'", "(*)",
                            "caf\xc3\xa9", "C:/tmp", "))((", "a^^\"b",     "-3.5", "",    "tab\tin"};
-    const char* types[] = {"", "", "int", "s", "utf8", "x.y"};
-    std::vector<std::pair<Unit*, int>> work{{&root, 0}};
     root.name(istr("root"));
-    while (!work.empty()) {
-        auto [u, depth] = work.back();
-        work.pop_back();
-        const unsigned kids = depth >= maxDepth ? 0 : next(5);
-        if (kids == 0) u->setValue(istr(texts[next(sizeof texts / sizeof *texts)]));
-        for (unsigned i = 0; i < kids; ++i) {
-            const std::string name = next(3) != 0 ? "k" + std::to_string(i) : "";
-            Unit* c = new Unit(istr(name), istr(types[next(sizeof types / sizeof *types)]),
-                               static_cast<pml::ntv::ValueBase*>(nullptr));
-            u->addChild(c);
-            work.emplace_back(c, depth + 1);
-        }
+    Unit* level = &root;
+    for (size_t i = 0; i < sizeof texts / sizeof *texts; ++i) {
+        level->addChild(("k" + std::to_string(i)).c_str(), texts[i]);
+        level->addChild("", i % 2 ? "x.y" : "", texts[i]);
+        level->addChild("", "utf8", texts[i]);
+        level = level->at(istr("n"));
     }
+    level->setValue(istr("end"));
 }
 
 }  // namespace
 
 TEST(PmlWriter, RoundTripsOverEveryLayout) {
-    std::vector<Unit> trees(42);
+    std::vector<Unit> trees(3);
     buildCfg(trees[0]);
+    buildSpecials(trees[1]);
     // Output far larger than any stream buffer (toPml compares the String and stream forms).
     for (int i = 0; i < 5000; ++i) {
-        trees[41].addChild("", "t", (std::string(i % 50, 'x') + ":" + std::to_string(i)).c_str());
+        trees[2].addChild("", "t", (std::string(i % 50, 'x') + ":" + std::to_string(i)).c_str());
     }
-    for (unsigned i = 1; i < 41; ++i) buildRandom(trees[i], i - 1, 1 + (i - 1) % 6);
+
     for (const Unit& t : trees) {
         for (ShowMode m : kModes) {
             for (ShowPattern p : {kNTV, kNTV | pml::PATH}) {
