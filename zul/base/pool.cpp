@@ -33,6 +33,17 @@ struct Cache {
     std::size_t bytes;
 };
 
+// Gives a block of `size` bytes back to the global operator delete, sized where the
+// compiler offers sized deallocation (clang leaves it off by default).
+inline void heapRelease(void* p, std::size_t size) noexcept {
+#if defined(__cpp_sized_deallocation)
+    heapRelease(p, size);
+#else
+    (void)size;
+    ::operator delete(p);
+#endif
+}
+
 inline bool cacheable(std::size_t size) noexcept {
     return size != 0 && size <= kPoolMaxBlock && size % kGrain == 0;
 }
@@ -63,7 +74,7 @@ void drain(Cache& c) noexcept {
         while (FreeBlock* b = c.head[i]) {
             c.head[i] = b->next;
             unpoison(b, size);
-            ::operator delete(b, size);
+            heapRelease(b, size);
         }
     }
     c.bytes = 0;
@@ -137,7 +148,7 @@ void poolRelease(void* p, std::size_t size) noexcept {
             return;
         }
     }
-    ::operator delete(p, size);
+    heapRelease(p, size);
     // glibc keeps small freed blocks unmerged until it serves a large request; a big tree
     // that overflows the cache would otherwise leave the heap in scattered pieces, from
     // which the next tree is built slowly and far apart. Make such a request now and then.
