@@ -37,7 +37,7 @@ struct Cache {
 // compiler offers sized deallocation (clang leaves it off by default).
 inline void heapRelease(void* p, std::size_t size) noexcept {
 #if defined(__cpp_sized_deallocation)
-    heapRelease(p, size);
+    ::operator delete(p, size);
 #else
     (void)size;
     ::operator delete(p);
