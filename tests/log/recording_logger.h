@@ -12,7 +12,7 @@
 
 namespace zul_test {
 
-class RecordingLogger : public zul::logger {
+class RecordingLogger : public zul::detail::SilentLogger {
   public:
     explicit RecordingLogger(std::string id = "ZUL") : id_(std::move(id)) {}
 
@@ -38,11 +38,6 @@ class RecordingLogger : public zul::logger {
         return flushes_;
     }
 
-    void close() override {}
-    void start() override {}
-    bool stop() override { return true; }
-    void reload() override {}
-    void reload(zul::istr const&) override {}
     void writeAndPrint(zul::istr const& r) override { write(r); }
     void write(zul::istr const& r) override { write(r.data, r.size); }
     void write(char const* data, unsigned long size) override {
@@ -53,47 +48,13 @@ class RecordingLogger : public zul::logger {
         std::lock_guard<std::mutex> g(m_);
         ++flushes_;
     }
-    void setMaxCacheSize(unsigned long) override {}
-    void setMaxNumofMsg(unsigned long) override {}
     void infoOn(bool on) override { info_ = on; }
     bool infoOn() const override { return info_; }
     void debugOn(bool on) override { debug_ = on; }
     bool debugOn() const override { return debug_; }
     void traceOn(bool on) override { trace_ = on; }
     bool traceOn() const override { return debug_ && trace_; }
-    bool dataLogOn() const override { return false; }
-    bool debugLogOn() const override { return false; }
-    bool traceLogOn() const override { return false; }
-    bool diagLogOn() const override { return false; }
-    bool cmdLogOn() const override { return false; }
-    bool commLogOn() const override { return false; }
-    bool hbLogOn() const override { return false; }
-    void appLogOn(bool) override {}
-    bool appLogOn() const override { return true; }
-    void logOn(zul::String const&, bool) override {}
-    bool logOn(zul::String const&) const override { return false; }
-    bool logOff(zul::String const&) const override { return false; }
-    void msgLogOn(bool) override {}
-    bool msgLogOn() const override { return false; }
-    void msgOn(zul::String const&, bool) override {}
-    bool msgOn(zul::String const&) const override { return false; }
-    bool msgOff(zul::String const&) const override { return false; }
-    void useLogfile(bool) override {}
-    bool useLogfile() const override { return false; }
-    void filename(zul::istr const&) override {}
-    zul::String filename() const override { return zul::String(); }
-    void useDebugLogfile(bool) override {}
-    bool useDebugLogfile() const override { return false; }
-    void debugFilename(zul::istr const&) override {}
-    zul::String debugFilename() const override { return zul::String(); }
-    void consoleOn(bool) override {}
-    bool consoleOn() const override { return false; }
-    void mlcOn(bool) override {}
-    bool mlcOn() const override { return false; }
     std::string id() const override { return id_; }
-    void codec(zul::pml::stream&) override {}
-    void dump(std::ostream&) const override {}
-    void dump(zul::dumper&) const override {}
 
   private:
     mutable std::mutex m_;

@@ -89,6 +89,68 @@ class ZUL_API logger {
     ~logger() = default;
 };
 
+namespace detail {
+
+/// A logger with every switch off that drops every record: stands in for the library logger
+/// while none is installed, so that scopes needing a logger (trace frames) run before one
+/// exists. Tests derive from it to keep records.
+class SilentLogger : public logger {
+  public:
+    SilentLogger() = default;
+    void close() override {}
+    void start() override {}
+    bool stop() override { return true; }
+    void reload() override {}
+    void reload(istr const&) override {}
+    void writeAndPrint(istr const&) override {}
+    void write(istr const&) override {}
+    void write(char const*, unsigned long) override {}
+    void flush() override {}
+    void setMaxCacheSize(unsigned long) override {}
+    void setMaxNumofMsg(unsigned long) override {}
+    void infoOn(bool) override {}
+    bool infoOn() const override { return false; }
+    void debugOn(bool) override {}
+    bool debugOn() const override { return false; }
+    void traceOn(bool) override {}
+    bool traceOn() const override { return false; }
+    bool dataLogOn() const override { return false; }
+    bool debugLogOn() const override { return false; }
+    bool traceLogOn() const override { return false; }
+    bool diagLogOn() const override { return false; }
+    bool cmdLogOn() const override { return false; }
+    bool commLogOn() const override { return false; }
+    bool hbLogOn() const override { return false; }
+    void appLogOn(bool) override {}
+    bool appLogOn() const override { return false; }
+    void logOn(String const&, bool) override {}
+    bool logOn(String const&) const override { return false; }
+    bool logOff(String const&) const override { return true; }
+    void msgLogOn(bool) override {}
+    bool msgLogOn() const override { return false; }
+    void msgOn(String const&, bool) override {}
+    bool msgOn(String const&) const override { return false; }
+    bool msgOff(String const&) const override { return true; }
+    void useLogfile(bool) override {}
+    bool useLogfile() const override { return false; }
+    void filename(istr const&) override {}
+    String filename() const override { return String(); }
+    void useDebugLogfile(bool) override {}
+    bool useDebugLogfile() const override { return false; }
+    void debugFilename(istr const&) override {}
+    String debugFilename() const override { return String(); }
+    void consoleOn(bool) override {}
+    bool consoleOn() const override { return false; }
+    void mlcOn(bool) override {}
+    bool mlcOn() const override { return false; }
+    std::string id() const override { return "ZUL"; }
+    void codec(pml::stream&) override {}
+    void dump(std::ostream&) const override {}
+    void dump(dumper&) const override {}
+};
+
+}  // namespace detail
+
 // The record front end. Every function builds its record in its own buffers and hands it
 // whole to `lg.writeAndPrint`; none of them throws on its own account.
 
