@@ -7,6 +7,7 @@
 #include <zul/util/singleton_T.h>
 
 #include <ostream>
+#include <utility>
 
 namespace zul {
 
@@ -35,10 +36,9 @@ tracer::~tracer() {
 // before those of a later thread that inherits its id and with it the stack.
 namespace {
 
-using MapLock = Guard_T<Mutex>;
-
-CallStack& ownStack(CallStackMap& m) {
-    return m.unsafe_map()[currentThreadId()];
+template <class F>
+decltype(auto) withOwnStack(F&& f) {
+    return g__tssCallStack()->locked(currentThreadId(), std::forward<F>(f));
 }
 
 }  // namespace
@@ -52,38 +52,31 @@ CallStack const& tracer::callStack() const {
 }
 
 void tracer::push(char const* file, unsigned int line, char const* func) {
-    CallStackMap& m = *g__tssCallStack();
-    MapLock lock(m.mutex());
-    ownStack(m).container().push(Current(file, line, func));
+    withOwnStack([&](CallStack& s) { s.container().push(Current(file, line, func)); });
 }
 
 void tracer::pop() {
-    CallStackMap& m = *g__tssCallStack();
-    MapLock lock(m.mutex());
-    ownStack(m).container().pop();
+    withOwnStack([](CallStack& s) { s.container().pop(); });
 }
 
 unsigned long tracer::depth() const {
-    CallStackMap& m = *g__tssCallStack();
-    MapLock lock(m.mutex());
-    return ownStack(m).container().size();
+    return withOwnStack([](CallStack& s) { return s.container().size(); });
 }
 
 bool tracer::top(Current& frame, unsigned long& below) const {
-    CallStackMap& m = *g__tssCallStack();
-    MapLock lock(m.mutex());
-    CallStack::Frames const& frames = ownStack(m).container();
-    if (frames.empty()) return false;
-    frame = frames.top();
-    below = frames.size() - 1;
-    return true;
+    return withOwnStack([&](CallStack& s) {
+        CallStack::Frames const& frames = s.container();
+        if (frames.empty()) return false;
+        frame = frames.top();
+        below = frames.size() - 1;
+        return true;
+    });
 }
 
 void tracer::popIfAny() {
-    CallStackMap& m = *g__tssCallStack();
-    MapLock lock(m.mutex());
-    CallStack::Frames& frames = ownStack(m).container();
-    if (!frames.empty()) frames.pop();
+    withOwnStack([](CallStack& s) {
+        if (!s.container().empty()) s.container().pop();
+    });
 }
 
 tracer const& tracer::separator(char const* s) const {
@@ -168,9 +161,7 @@ namespace detail {
 
 CallStack currentCallStack() {
     tracer::instance();
-    CallStackMap& m = *g__tssCallStack();
-    MapLock lock(m.mutex());
-    return ownStack(m);
+    return withOwnStack([](CallStack& s) { return s; });
 }
 
 }  // namespace detail

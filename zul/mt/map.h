@@ -30,6 +30,15 @@ class map {
         return map_[k];
     }
 
+    /// Calls `f(value)` on the value of `k` (inserted default-constructed when missing) with
+    /// the lock held throughout, and returns what `f` returns. For work on a value that other
+    /// threads may dump or inherit at the same time; `f` must not call back into this map.
+    template <class F>
+    decltype(auto) locked(K const& k, F&& f) {
+        Guard_T<Mutex> lock(mutex_);
+        return f(map_[k]);
+    }
+
     /// Erases `k`; the number of elements erased (0 or 1).
     std::size_t erase(K const& k) {
         Guard_T<Mutex> lock(mutex_);
@@ -62,12 +71,6 @@ class map {
         Guard_T<Mutex> lock(mutex_);
         for (auto const& kv : map_) detail::dumpPair(d, kv.first, kv.second);
     }
-
-    /// The lock, for a composite operation together with unsafe_map().
-    Mutex const& mutex() const { return mutex_; }
-    /// The underlying map; the caller must hold mutex() while using it.
-    container_type& unsafe_map() { return map_; }
-    container_type const& unsafe_map() const { return map_; }
 
   private:
     container_type map_;

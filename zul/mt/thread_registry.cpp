@@ -84,14 +84,14 @@ void ThreadFactory::buildIdentity(ThreadInfo& info, ThreadId id) const {
 void ThreadFactory::add(SimpleThread* t) {
     if (t == nullptr) return;
     ThreadId const id = t->id();
-    Guard_T<Mutex> lock(threads_.mutex());
-    ThreadInfo& info = threads_.unsafe_map()[id];
-    info.thread_ = t;
-    // The entry may be left over from an earlier thread that had the same id (a foreign
-    // "<...>" record, or one written while a finished SimpleThread was being deleted), or
-    // from a process before a fork: build this thread's own identity now.
-    pid_.store(processId(), std::memory_order_relaxed);
-    buildIdentity(info, id);
+    threads_.locked(id, [&](ThreadInfo& info) {
+        info.thread_ = t;
+        // The entry may be left over from an earlier thread that had the same id (a foreign
+        // "<...>" record, or one written while a finished SimpleThread was being deleted),
+        // or from a process before a fork: build this thread's own identity now.
+        pid_.store(processId(), std::memory_order_relaxed);
+        buildIdentity(info, id);
+    });
 }
 
 void ThreadFactory::erase(SimpleThread* t) {
@@ -104,15 +104,15 @@ ThreadInfo& ThreadFactory::getThreadInfo(ThreadId id) {
     // The entry is written under the map's lock, although only its own thread writes it:
     // a dump may read it at the same time, and a thread that inherits the id of a finished
     // one then sees everything that one wrote.
-    Guard_T<Mutex> lock(threads_.mutex());
-    ThreadInfo& info = threads_.unsafe_map()[id];
-    // After a fork the first record asked for is rebuilt; the others keep their old text.
-    if (info.sThreadId_.empty() || pid != pid_.load(std::memory_order_relaxed)) {
-        pid_.store(pid, std::memory_order_relaxed);
-        buildIdentity(info, id);
-    }
-    info.updateDateTime();
-    return info;
+    return threads_.locked(id, [&](ThreadInfo& info) -> ThreadInfo& {
+        // After a fork the first record asked for is rebuilt; the others keep their text.
+        if (info.sThreadId_.empty() || pid != pid_.load(std::memory_order_relaxed)) {
+            pid_.store(pid, std::memory_order_relaxed);
+            buildIdentity(info, id);
+        }
+        info.updateDateTime();
+        return info;
+    });
 }
 
 void ThreadFactory::dump(dumper& d) const {
