@@ -47,9 +47,7 @@ SimpleThread::SimpleThread(ThreadOwner* owner, char const* name)
       birthOver_(false) {}
 
 SimpleThread::~SimpleThread() {
-    if (detail::libraryInfoOn())
-        detail::writeInfoRecord(__FILE__, __LINE__, "~SimpleThread",
-                                fullname() + " thread finalized.");
+    infoRecord(__LINE__, "~SimpleThread", fullname() + " thread finalized.");
 }
 
 // ---- Identity -----------------------------------------------------------------------------
