@@ -1,5 +1,7 @@
-// Per-thread caches of freed small blocks in front of the global operator new, for the
-// objects the library makes and drops by the hundred thousand (value-tree nodes and values).
+// A small-block allocator for the objects the library makes and drops by the hundred
+// thousand (value-tree nodes, values and index entries): each thread carves its blocks from
+// its own 64 KiB chunks, so building and destroying a tree takes no lock and leaves the C
+// library's heap untouched.
 #pragma once
 
 #include <zul/base/api.h>
@@ -10,34 +12,45 @@
 namespace zul {
 namespace detail {
 
-/// Blocks of at most this many bytes, in multiples of 8, are cached; others go straight to
-/// the global operator new and delete.
+/// Requests of 1 to this many bytes are served from chunks, rounded up to a multiple of 8;
+/// others go straight to the global operator new and delete.
 constexpr std::size_t kPoolMaxBlock = 1024;
-/// The most a thread's cache holds, in bytes, counting all block sizes together; blocks
-/// freed beyond it go back to the heap. Enough for the trees of everyday documents; a
-/// larger bound would keep the pieces of a big tree scattered through the heap long after
-/// it is gone, which slows every other user of the heap.
-constexpr std::size_t kPoolThreadBytes = std::size_t(4) << 20;
+/// The size and alignment of a chunk; a block's chunk is found from its address.
+constexpr std::size_t kPoolChunkBytes = std::size_t(64) << 10;
+/// How many emptied chunks the process keeps for reuse (64 MiB); more are unmapped. A tree
+/// of up to some 250,000 nodes is thus rebuilt without asking the system for memory, whose
+/// fresh pages cost a fault or a zeroing each. poolTrim unmaps them all at once.
+constexpr std::size_t kPoolSpareChunks = 1024;
 
-/// A block of `size` bytes: one the calling thread freed earlier, or ::operator new(size).
-/// Throws std::bad_alloc like the operator.
+/// A block of `size` bytes, aligned to 8 (so only for types aligned to at most 8). Throws
+/// std::bad_alloc when no memory is left. Not thread-bound: poolRelease may take it back on any
+/// thread.
 ZUL_API void* poolAllocate(std::size_t size);
 
-/// Takes back a block of `size` bytes that came from poolAllocate(size) or from
-/// ::operator new(size), on any thread: the calling thread keeps it for its next
-/// poolAllocate of that size while its cache has room, otherwise it goes to
-/// ::operator delete (with, every few thousand such blocks, one larger request that lets
-/// the heap merge them). Null is ignored. A thread's cache goes back to the heap when the
-/// thread ends.
+/// Takes back a block of `size` bytes that poolAllocate(size) or the global operator new
+/// returned, on any thread. A block freed by its
+/// chunk's owning thread is reusable at once; one freed elsewhere is queued on its chunk
+/// without a lock and reclaimed by the owner when it next runs short of blocks of that
+/// size, trims or ends. A chunk whose blocks are all back is emptied for reuse. Null is
+/// ignored.
 ZUL_API void poolRelease(void* p, std::size_t size) noexcept;
 
-/// Gives every block the calling thread holds back to the heap.
+/// Unmaps the emptied chunks the process keeps, and those of the calling thread that hold no
+/// live block.
 ZUL_API void poolTrim() noexcept;
 
-/// The bytes the calling thread holds in its cache.
-ZUL_API std::size_t poolCachedBytes() noexcept;
+/// Chunk counts of the whole process, for tests and diagnostics.
+struct PoolStats {
+    std::size_t chunks;       ///< mapped: in use or kept for reuse
+    std::size_t spareChunks;  ///< emptied and kept for reuse
+};
+ZUL_API PoolStats poolStats() noexcept;
 
-/// A standard allocator over the caches for node-based containers: single objects come
+/// False in builds under AddressSanitizer, where every request goes to the global operator
+/// new so that the sanitizer sees each block.
+ZUL_API bool poolActive() noexcept;
+
+/// A standard allocator over the chunks for node-based containers: single objects come
 /// from poolAllocate, arrays from the global operator new.
 template <class T>
 struct PoolAllocator {
@@ -46,6 +59,8 @@ struct PoolAllocator {
     PoolAllocator() noexcept = default;
     template <class U>
     PoolAllocator(const PoolAllocator<U>&) noexcept {}
+
+    static_assert(alignof(T) <= 8, "pool blocks are aligned to 8");
 
     T* allocate(std::size_t n) {
         if (n == 1) return static_cast<T*>(poolAllocate(sizeof(T)));
@@ -70,8 +85,8 @@ struct PoolAllocator {
     }
 };
 
-/// A last-in first-out stack of trivially copyable values kept in blocks from the caches, so
-/// that however many it holds it never asks the heap for one large piece.
+/// A last-in first-out stack of trivially copyable values kept in pool blocks, so that
+/// however many it holds it never asks the heap for one large piece.
 template <class T>
 class PoolStack {
   public:

@@ -47,9 +47,8 @@ inline void prefetchNode(const Unit* u) {
 
 void ListValue::clear() {
     // Children of a destroyed node are moved onto the work stack first, so destroying a
-    // node never reaches further than its own (by then empty) list. The stack lives in
-    // small cached blocks and this list's own buffer is given back before the walk: a large
-    // block released after many small ones would make the heap sort all of those at once.
+    // node never reaches further than its own (by then empty) list. The stack lives in pool
+    // blocks, so a tree of any shape never needs one large piece of memory to be destroyed.
     zul::detail::PoolStack<Unit*> work;
     for (Unit* u : units_) work.push(u);
     Units().swap(units_);

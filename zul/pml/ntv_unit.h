@@ -65,7 +65,7 @@ class ZUL_API ValueBase : public zul::noncopyable {
     virtual void dump(zul::dumper& d) const = 0;
 
     /// Values (of every kind: the virtual destructor passes the real size) live in the
-    /// per-thread block caches of zul/base/pool.h.
+    /// per-thread chunks of zul/base/pool.h.
     static void* operator new(std::size_t size) { return zul::detail::poolAllocate(size); }
     static void* operator new(std::size_t, void* where) noexcept { return where; }
     static void operator delete(void* p, std::size_t size) noexcept {
@@ -93,7 +93,7 @@ class ZUL_API Unit {
     using ChildrenMap = std::map<String, Unit*, zul::detail::NtvKeyLess,
                                  zul::detail::PoolAllocator<std::pair<const String, Unit*>>>;
 
-    /// Nodes live in the per-thread block caches of zul/base/pool.h.
+    /// Nodes live in the per-thread chunks of zul/base/pool.h.
     static void* operator new(std::size_t size) { return zul::detail::poolAllocate(size); }
     static void* operator new(std::size_t, void* where) noexcept { return where; }
     static void operator delete(void* p, std::size_t size) noexcept {

@@ -182,9 +182,8 @@ inline void pmlStoreText(String& out, const std::wstring& token) {
 
 /// The children read so far for every list still open, innermost last. A list takes its
 /// children over in one step when it ends, so its storage is sized once and exactly. The
-/// entries live in cached blocks of a fixed size below the allocator's large-request size:
-/// collecting them never makes a large request, which with glibc would first merge every
-/// small block freed so far (the nodes of a tree destroyed before this parse, for one).
+/// entries live in pool blocks of a fixed size, reused from list to list, so collecting
+/// them never asks the heap for one large piece however long a list grows.
 class PmlPending {
   public:
     PmlPending() = default;
@@ -213,7 +212,7 @@ class PmlPending {
     struct Block {
         ntv::Unit* at[kBlock];
     };
-    std::vector<Block*> blocks_;  // from the per-thread block caches
+    std::vector<Block*> blocks_;  // pool blocks
     std::size_t size_ = 0;
 };
 
@@ -368,6 +367,9 @@ class pmlLexerLpctstr {
 
     bool __skip_blank(CharT& c) {
         const CharT* s = p_;
+        // Indentation comes in runs of spaces: step over them four at a time. Each test
+        // reads a character only after the one before it proved to be a space, never the NUL.
+        while (s[0] == ' ' && s[1] == ' ' && s[2] == ' ' && s[3] == ' ') s += 4;
         for (;; ++s) {
             const unsigned k = detail::pmlClass(*s);
             if (k & detail::kPmlBlank) continue;
