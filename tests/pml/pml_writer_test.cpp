@@ -324,6 +324,9 @@ TEST(PmlWriter, LargeAndDeepTrees) {
     EXPECT_TRUE(pml::ntvToCompactPml(deep, s, kNTV));
     EXPECT_EQ(s.size(), kDeep * 7 + 6);  // "n(v(1)" and ")" per level, "n(end)" at the bottom
     EXPECT_EQ(s.substr(0, 14), "n(v(1)n(v(1)n(");
+    String appended("x");  // a large tree is staged in blocks, then appended after the text
+    EXPECT_TRUE(pml::ntvToCompactPml(deep, appended, kNTV));
+    EXPECT_TRUE(appended == "x" + s);
     s.clear();
     EXPECT_TRUE(pml::ntvToMixedPml(deep, s, kNTV));
     EXPECT_EQ(s.size(), kDeep * 7 + 6);

@@ -5,6 +5,7 @@
 #include <zul/pml/pml_writer.h>
 
 #include <fstream>
+#include <memory>
 #include <ostream>
 #include <string>
 #include <type_traits>
@@ -514,17 +515,44 @@ class PmlWriter {
     std::vector<Frame> stack_;
 };
 
-/// Counts what a walk would write.
-struct CountSink {
-    size_t size = 0;
+/// Text staged in blocks of 64 KiB, for a large tree appended to a string without room to
+/// spare. Growing the string by doubling through megabytes costs fresh pages and a copy at
+/// every step; the blocks come back warm from the heap, and the string then grows once.
+class StagedText {
+  public:
+    void write(const char* p, size_t n) {
+        while (n != 0) {
+            if (blocks_.empty() || used_ == kBlock) {
+                blocks_.emplace_back(new char[kBlock]);
+                used_ = 0;
+            }
+            const size_t k = n < kBlock - used_ ? n : kBlock - used_;
+            std::char_traits<char>::copy(blocks_.back().get() + used_, p, k);
+            used_ += k;
+            p += k;
+            n -= k;
+        }
+    }
+    void appendTo(zul::String& dest) const {
+        if (blocks_.empty()) return;
+        dest.reserve(dest.size() + (blocks_.size() - 1) * kBlock + used_);
+        for (size_t i = 0; i < blocks_.size(); ++i) {
+            dest.append(blocks_[i].get(), i + 1 == blocks_.size() ? used_ : kBlock);
+        }
+    }
+
+  private:
+    static constexpr size_t kBlock = size_t(64) << 10;
+    std::vector<std::unique_ptr<char[]>> blocks_;
+    size_t used_ = 0;  ///< bytes in the last block
 };
 
 }  // namespace
 
 template <>
-struct PmlOut<CountSink> {
-    static void put(CountSink& d, char) { ++d.size; }
-    static void write(CountSink& d, const char*, size_t n) { d.size += n; }
+struct PmlOut<StagedText> {
+    static void put(StagedText& d, char c) { d.write(&c, 1); }
+    static void write(StagedText& d, const char* p, size_t n) { d.write(p, n); }
 };
 
 namespace {
@@ -545,26 +573,21 @@ bool moreNodesThan(const Unit& root, size_t limit) {
     return false;
 }
 
-/// Before a large tree is appended to a string without room to spare, one walk measures the
-/// text so the string grows once: doubling through megabytes (fresh pages and copies, often
-/// returned to the system in between) costs more than the extra walk.
-template <class Fn>
-void reserveFor(zul::String& dest, const Unit& unit, ShowPattern pattern, const char* indent,
-                Fn fn) {
-    constexpr size_t kEnoughRoom = size_t(1) << 20;
-    constexpr size_t kSmallTree = 4096;  // nodes
-    if (dest.capacity() - dest.size() >= kEnoughRoom || !moreNodesThan(unit, kSmallTree)) return;
-    CountSink count;
-    PmlWriter<CountSink> c(count, pattern, indent);
-    fn(c);
-    dest.reserve(dest.size() + count.size);
-}
-
 /// Runs `fn` with a writer over the destination, through a local buffer that is handed
-/// over before returning.
+/// over before returning. A large tree bound for a string without a megabyte to spare is
+/// staged first, so the string grows once (and is left as it was if writing throws).
 template <class Dest, class Fn>
 bool withWriter(const Unit& unit, Dest& dest, ShowPattern pattern, const char* indent, Fn fn) {
-    if constexpr (std::is_same_v<Dest, zul::String>) reserveFor(dest, unit, pattern, indent, fn);
+    if constexpr (std::is_same_v<Dest, zul::String>) {
+        constexpr size_t kEnoughRoom = size_t(1) << 20;
+        constexpr size_t kSmallTree = 4096;  // nodes
+        if (dest.capacity() - dest.size() < kEnoughRoom && moreNodesThan(unit, kSmallTree)) {
+            StagedText staged;
+            withWriter(unit, staged, pattern, indent, fn);
+            staged.appendTo(dest);
+            return true;
+        }
+    }
     BufferedSink<Dest> sink(dest);
     PmlWriter<BufferedSink<Dest>> w(sink, pattern, indent);
     fn(w);
