@@ -16,7 +16,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <cstring>
 
 #if defined(__SANITIZE_ADDRESS__)
 #define ZUL_POOL_BYPASS 1
