@@ -362,7 +362,9 @@ void* allocateOrphan(std::size_t cls) {
     return takeBlock(c);
 }
 
-void* allocateSlow(std::size_t cls) {
+// The slow paths stay out of line, so that the fast paths of poolAllocate and poolRelease
+// save no registers.
+__attribute__((noinline)) void* allocateSlow(std::size_t cls) {
     Heap* h = t_heap != nullptr ? t_heap : attach();
     if (h == nullptr) return allocateOrphan(cls);
     ChunkList& avail = h->avail[cls];
@@ -399,7 +401,7 @@ void* allocateSlow(std::size_t cls) {
 /// The owner's free that needs more than a push: the chunk leaves the full list, or has
 /// become empty and is released unless it is the one being allocated from. Chunks that
 /// regain room go behind that one, so that every other chunk is released once empty.
-void ownerFreeSlow(Heap* h, Chunk* c) noexcept {
+__attribute__((noinline)) void ownerFreeSlow(Heap* h, Chunk* c) noexcept {
     const std::size_t cls = c->size / kGrain;
     if (c->full) {
         h->full[cls].unlink(c);
@@ -452,7 +454,7 @@ bool releaseOrphan(Chunk* c, void* p) noexcept {
 }
 
 /// A free by a thread that does not own the chunk.
-void releaseForeign(Chunk* c, void* p) noexcept {
+__attribute__((noinline)) void releaseForeign(Chunk* c, void* p) noexcept {
     FreeBlock* b = static_cast<FreeBlock*>(p);
     for (;;) {
         FreeBlock* head = c->remote.load(std::memory_order_relaxed);
