@@ -307,6 +307,9 @@ class pmlLexerIstream {
         return false;
     }
 
+    /// A stream takes every token the general way.
+    bool plainToken(string_type&, CharT&) { return false; }
+
     /// The same inside a quoted literal: stops at `close` or "^".
     bool appendQuoted(string_type& token, CharT close, CharT& c) {
         while (get(c)) {
@@ -366,17 +369,32 @@ class pmlLexerLpctstr {
     // reached through a reference that any character store could alias.
 
     bool __skip_blank(CharT& c) {
-        const CharT* s = p_;
-        // Indentation comes in runs of spaces: step over them four at a time. Each test
-        // reads a character only after the one before it proved to be a space, never the NUL.
-        while (s[0] == ' ' && s[1] == ' ' && s[2] == ' ' && s[3] == ' ') s += 4;
-        for (;; ++s) {
-            const unsigned k = detail::pmlClass(*s);
-            if (k & detail::kPmlBlank) continue;
-            if (!(k & detail::kPmlAskBlank) || !zul::CharIsSpace(*s)) break;
+        p_ = blanksEnd(p_);
+        return get(c);
+    }
+
+    /// The common token in one step: blanks, then plain text ended by ":", ")" or a "("
+    /// that opens no comment. On success the token is that text without trailing blanks,
+    /// and the end character is consumed and stored in `c`. Otherwise only the blanks are
+    /// consumed and the token is left alone.
+    bool plainToken(string_type& token, CharT& c) {
+        const CharT* s = blanksEnd(p_);
+        const CharT* e = s;
+        while (!detail::pmlIsStop(*e)) ++e;
+        const CharT end = *e;
+        if (end == Const<CharT>::TYPE_IDENTITY_CHAR || end == Const<CharT>::RIGHT_TAG_CHAR ||
+            (end == Const<CharT>::LEFT_TAG_CHAR && e[1] != Const<CharT>::COMMENT_CHAR &&
+             e[1] != CharT())) {
+            const CharT* t = e;
+            while (t != s && detail::pmlIsBlank(t[-1])) --t;
+            token.clear();  // then append: cheaper than assign, which allows for overlap
+            token.append(s, static_cast<std::size_t>(t - s));
+            p_ = e + 1;
+            c = end;
+            return true;
         }
         p_ = s;
-        return get(c);
+        return false;
     }
 
     bool appendPlain(string_type& token, CharT& c) {
@@ -409,6 +427,18 @@ class pmlLexerLpctstr {
     }
 
   private:
+    /// Where the blanks from `s` on end.
+    static const CharT* blanksEnd(const CharT* s) {
+        // Indentation comes in runs of spaces: step over them four at a time. Each test
+        // reads a character only after the one before it proved to be a space, never the NUL.
+        while (s[0] == ' ' && s[1] == ' ' && s[2] == ' ' && s[3] == ' ') s += 4;
+        for (;; ++s) {
+            const unsigned k = detail::pmlClass(*s);
+            if (k & detail::kPmlBlank) continue;
+            if (!(k & detail::kPmlAskBlank) || !zul::CharIsSpace(*s)) return s;
+        }
+    }
+
     const CharT*& p_;
 };
 
@@ -434,8 +464,14 @@ class pmlLexer {
     /// literals separated only by blanks join into one. Comments "(* ... *)" nest, are
     /// recognised only where "(" would end the token, and swallow the blanks after them.
     bool getToken(string_type& token, TokenFlag& flag) {
-        token.clear();
         char_type c{};
+        if (src_.plainToken(token, c)) {
+            flag = c == K::TYPE_IDENTITY_CHAR ? TOKEN_TYPE_IDENTITY
+                   : c == K::LEFT_TAG_CHAR    ? TOKEN_LEFT_TAG
+                                              : TOKEN_RIGHT_TAG;
+            return true;
+        }
+        token.clear();
         if (!src_.__skip_blank(c)) return false;
         for (;;) {
             switch (c) {
