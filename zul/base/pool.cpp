@@ -6,9 +6,10 @@
 // compare-and-swap; the owner splices that list back when it runs short. When a thread
 // ends, its chunks become orphans (their `remote` head holds the kOrphaned tag), handled
 // under the global lock: the next live thread that frees into one adopts it. Emptied chunks
-// go to a spare list; beyond a bound their pages are handed back to the system lazily.
+// go to a bounded spare list (kPoolSpareChunks); beyond it they are unmapped.
 //
-// Lock order: only the global lock exists; nothing else is taken while it is held.
+// Lock order: the global lock is the pool's only one and the innermost of the library; while
+// it is held, only mapping calls and the global operator new (for the address bitmap) run.
 #include <pthread.h>
 #include <sys/mman.h>
 #include <zul/base/pool.h>
@@ -215,9 +216,8 @@ void unmapChunkLocked(Global& g, Chunk* c) noexcept {
     g.chunks.fetch_sub(1, std::memory_order_relaxed);
 }
 
-// Beyond the bound the chunk keeps its addresses but not its pages: the system takes them
-// back when it needs memory, and until then reusing them costs nothing (a chunk unmapped
-// and mapped again would cost a page fault per page, or one zeroing call).
+// An emptied chunk is kept for reuse while the spare list has room, pages and all: mapping
+// a chunk again costs a fault or a zeroing per page. Past the bound it is unmapped.
 void releaseChunkLocked(Global& g, Chunk* c) noexcept {
     if (g.spareCount < kPoolSpareChunks) {
         c->next = g.spare;
