@@ -13,6 +13,7 @@
 #include <zul/base/mlcheck.h>
 #include <zul/base/noncopyable.h>
 #include <zul/base/raise.h>
+#include <zul/cfg/config_file.h>
 #include <zul/log/log_dumper.h>
 #include <zul/log/log_logger.h>
 #include <zul/log/log_tracer.h>
@@ -28,5 +29,6 @@
 #include <zul/pml/ntv_stringvalue.h>
 #include <zul/pml/ntv_unit.h>
 #include <zul/pml/pml.h>
+#include <zul/pml/pml_stream.h>
 #include <zul/util/singleton_T.h>
 #include <zul/util/util_func.h>
