@@ -14,8 +14,11 @@
 #include <zul/base/noncopyable.h>
 #include <zul/base/raise.h>
 #include <zul/cfg/config_file.h>
+#include <zul/log/console.h>
 #include <zul/log/log_dumper.h>
+#include <zul/log/log_factory.h>
 #include <zul/log/log_logger.h>
+#include <zul/log/log_logger_impl.h>
 #include <zul/log/log_tracer.h>
 #include <zul/mt/handle.h>
 #include <zul/mt/map.h>

@@ -1,6 +1,8 @@
 // The zul command-line tool: PML formatting, checking and queries, and Base64, all done by
 // the library's own entry points. This file dispatches to the subcommands.
 #include <zul/base/exception.h>
+#include <zul/base/log_seam.h>
+#include <zul/log/log_logger.h>
 
 #include <exception>
 #include <new>
@@ -44,6 +46,10 @@ int run(const std::vector<std::string>& args) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    // The tool reports each failure as one line of its own and writes no log: the library's
+    // records go to a logger that drops them, whatever configuration file lies around.
+    static zul::detail::SilentLogger quiet;
+    zul::detail::setLibraryLogger(&quiet);
     // Failures the commands do not expect still end with one line and a clean exit code.
     try {
         return run(std::vector<std::string>(argv + 1, argv + argc));

@@ -2,8 +2,8 @@
 #include <zul/base/alloc.h>
 #include <zul/base/log_seam.h>
 #include <zul/base/mlcheck.h>
+#include <zul/log/console.h>
 
-#include <cstdio>
 #include <sstream>
 #include <string>
 
@@ -12,11 +12,22 @@ namespace {
 
 using Lock = Guard_T<MemLeakMutex>;
 
-// Writes one line of the checker's console output. Seam: goes to the library console once
-// it exists; until then straight to standard output.
+// Set while this thread prints a checker line. Printing converts the text to wide text, and
+// that conversion allocates through the helpers: those nested records and releases are kept
+// but not echoed, or every echoed line would echo its own buffers without end.
+thread_local bool t_printing = false;
+
+// Writes one line of the checker's output on the console. Never called with the checker's
+// mutex held: printing may create the console, whose creation records itself through push().
 void consoleLine(std::string const& line) {
-    std::fwrite(line.data(), 1, line.size(), stdout);
-    std::fflush(stdout);
+    if (t_printing) return;
+    t_printing = true;
+    try {
+        console::print(String(line));
+    } catch (...) {
+        // The checker never throws on its own account.
+    }
+    t_printing = false;
 }
 
 }  // namespace

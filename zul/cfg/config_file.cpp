@@ -1,4 +1,5 @@
 // zul::ConfigFile: finding, reading and dumping the configuration file.
+#include <zul/base/log_seam.h>
 #include <zul/cfg/config_file.h>
 #include <zul/log/log_dumper.h>
 #include <zul/util/singleton_T.h>
@@ -26,6 +27,10 @@ bool readable(istr path) {
 }  // namespace
 
 ConfigFile* ConfigFile::instance() {
+    // Reading the file happens under the creation mutex: a malformed file's record is held
+    // back until the mutex is released, since writing it may create a logger that reads the
+    // configuration again on this thread.
+    detail::RecordDeferral deferral;
     return Singleton_T<ConfigFile>::instance(__FILE__, __LINE__, "instance");
 }
 

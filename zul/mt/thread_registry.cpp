@@ -2,6 +2,7 @@
 // id in the zul::ThreadFactory singleton.
 #include <pthread.h>
 #include <unistd.h>
+#include <zul/base/log_seam.h>
 #include <zul/log/log_dumper.h>
 #include <zul/mt/thread.h>
 #include <zul/util/singleton_T.h>
@@ -42,7 +43,15 @@ void ThreadInfo::updateDateTime() {
     currDateTime_ = now;
     // The text shows milliseconds: within the same millisecond it stays as it is.
     if (us > 0 && last > 0 && us / 1000 == last / 1000 && !sCurrDateTime_.empty()) return;
-    now.toDateTime(sCurrDateTime_);
+    // This runs under the registry's lock, which every record header needs: a calendar that
+    // cannot render the time is not reported from here, and the last text stays.
+    detail::RecordSuppression quiet;
+    try {
+        String text;
+        now.toDateTime(text);
+        sCurrDateTime_.swap(text);
+    } catch (...) {
+    }
 }
 
 void ThreadInfo::dump(dumper& d) const {

@@ -28,6 +28,9 @@ class ZUL_API Singleton_T {
         return g__inst;
     }
 
+    /// The object when it exists, else null; never creates it.
+    static T* existing() noexcept { return __atomic_load_n(&g__inst, __ATOMIC_ACQUIRE); }
+
     /// Deletes the object (if any) and clears the pointer; a later instance() builds a new
     /// one. Must not race with users still holding the pointer.
     static void destroy() {
