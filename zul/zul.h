@@ -9,6 +9,7 @@
 #include <zul/base/base_type_string.h>
 #include <zul/base/base_type_time.h>
 #include <zul/base/base_type_wstring.h>
+#include <zul/base/des.h>
 #include <zul/base/exception.h>
 #include <zul/base/mlcheck.h>
 #include <zul/base/noncopyable.h>
