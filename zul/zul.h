@@ -24,7 +24,9 @@
 #include <zul/mt/sync.h>
 #include <zul/mt/thread.h>
 #include <zul/mt/thread_id.h>
+#include <zul/platform/app_paths.h>
 #include <zul/platform/bounds_checked.h>
+#include <zul/platform/file_io.h>
 #include <zul/pml/ntv_listvalue.h>
 #include <zul/pml/ntv_stringvalue.h>
 #include <zul/pml/ntv_unit.h>
