@@ -31,12 +31,10 @@ TEST(UtilPaths, FoldersComeFromTheEnvironment) {
 
     // Not absolute or unset: HOME's .local/share. The support path stays as first found.
     setenv("HOME", (userData() / "home//").c_str(), 1);
-    for (const char* x : {"relative/dir", ""}) {
-        setenv("XDG_DATA_HOME", x, 1);
-        EXPECT_EQ(zul::getApplicationConfigPath(), userData() / "home/.local/share") << x;
+    for (const char* x : {"relative/dir", "", static_cast<const char*>(nullptr)}) {
+        x ? setenv("XDG_DATA_HOME", x, 1) : unsetenv("XDG_DATA_HOME");
+        EXPECT_EQ(zul::getApplicationConfigPath(), userData() / "home/.local/share") << !x;
     }
-    unsetenv("XDG_DATA_HOME");
-    EXPECT_EQ(zul::getApplicationConfigPath(), userData() / "home/.local/share");
     EXPECT_EQ(zul::getApplicationSupportPath(), xdg + "/App");
     setenv("XDG_DATA_HOME", xdg.c_str(), 1);
 }

@@ -190,7 +190,8 @@ ZUL_API String getApplicationSupportPath();
 ZUL_API String getApplicationConfigPath();
 /// The certificate file: getApplicationSupportPath() + "/cert/" followed by the relative path
 /// of the first regular file named *.pem or *.PEM found below it (depth first, names in byte
-/// order, links to folders not followed); the folder path ending in "cert/" when there is none.
+/// order, links to folders not followed); the folder path ending in "cert/" when there is none,
+/// and empty when getApplicationSupportPath() is.
 ZUL_API String getCertFullPath();
 /// Copies the file `source` into `directory` under `name` (under the source's own file name
 /// when `name` is not valid UTF-8), replacing a file of that name all at once; the copy takes
