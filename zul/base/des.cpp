@@ -110,7 +110,8 @@ struct SPTables {
 constexpr SPTables kSP;
 
 inline std::uint32_t rotl(std::uint32_t x, unsigned n) {
-    return (x << n) | (x >> (32 - n));
+    n &= 31;  // S-box 7 asks for a rotation by 33
+    return n == 0 ? x : (x << n) | (x >> (32 - n));
 }
 
 // The expansion of R feeds S-box j with bits 4j..4j+5 (1-based, wrapping), which is the low
