@@ -17,35 +17,21 @@ namespace {
 constexpr size_t kMaxLineBytes = 511;
 
 // White space and line breaks as Unicode defines them, in UTF-8: what trimming removes.
-constexpr const char* kSpaces[] = {" ",
-                                   "\t",
-                                   "\n",
-                                   "\v",
-                                   "\f",
-                                   "\r",
-                                   "\xC2\x85",
-                                   "\xC2\xA0",
-                                   "\xE1\x9A\x80",
-                                   "\xE2\x80\x80",
-                                   "\xE2\x80\x81",
-                                   "\xE2\x80\x82",
-                                   "\xE2\x80\x83",
-                                   "\xE2\x80\x84",
-                                   "\xE2\x80\x85",
-                                   "\xE2\x80\x86",
-                                   "\xE2\x80\x87",
-                                   "\xE2\x80\x88",
-                                   "\xE2\x80\x89",
-                                   "\xE2\x80\x8A",
-                                   "\xE2\x80\xA8",
-                                   "\xE2\x80\xA9",
-                                   "\xE2\x80\xAF",
-                                   "\xE2\x81\x9F",
-                                   "\xE3\x80\x80"};
+constexpr char kAsciiSpaces[] = " \t\n\v\f\r";
+// clang-format off
+constexpr const char* kWideSpaces[] = {
+    "\xC2\x85", "\xC2\xA0", "\xE1\x9A\x80", "\xE2\x80\x80", "\xE2\x80\x81", "\xE2\x80\x82",
+    "\xE2\x80\x83", "\xE2\x80\x84", "\xE2\x80\x85", "\xE2\x80\x86", "\xE2\x80\x87",
+    "\xE2\x80\x88", "\xE2\x80\x89", "\xE2\x80\x8A", "\xE2\x80\xA8", "\xE2\x80\xA9",
+    "\xE2\x80\xAF", "\xE2\x81\x9F", "\xE3\x80\x80"};
+// clang-format on
 
 // Length of the white-space character at the start (or the end) of [b, e), or 0.
 size_t spaceAt(const char* b, const char* e, bool atEnd) {
-    for (const char* sp : kSpaces) {
+    if (b == e) return 0;
+    char c = atEnd ? e[-1] : *b;
+    if (c != '\0' && std::strchr(kAsciiSpaces, c) != nullptr) return 1;
+    for (const char* sp : kWideSpaces) {
         size_t n = std::strlen(sp);
         if (static_cast<size_t>(e - b) >= n && std::memcmp(atEnd ? e - n : b, sp, n) == 0) return n;
     }
