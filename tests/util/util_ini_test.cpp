@@ -62,7 +62,6 @@ TEST(UtilIni, RewritesByTheRules) {
     EXPECT_TRUE(zul::writeStringToIniFileWithSection("net", "port", "9", t / "link.ini"));
     EXPECT_TRUE(std::filesystem::is_symlink(t / "link.ini"));
     EXPECT_EQ(slurp(t / "a.ini"), "[net]\nport=9\n[log]\nlevel=3\n");
-    EXPECT_EQ(entries(t.path), 2);
 }
 
 TEST(UtilIni, FailuresLeaveTheFileAlone) {
