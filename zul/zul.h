@@ -9,6 +9,7 @@
 #include <zul/base/base_type_string.h>
 #include <zul/base/base_type_time.h>
 #include <zul/base/base_type_wstring.h>
+#include <zul/base/des.h>
 #include <zul/base/exception.h>
 #include <zul/base/mlcheck.h>
 #include <zul/base/noncopyable.h>
@@ -27,7 +28,9 @@
 #include <zul/mt/sync.h>
 #include <zul/mt/thread.h>
 #include <zul/mt/thread_id.h>
+#include <zul/platform/app_paths.h>
 #include <zul/platform/bounds_checked.h>
+#include <zul/platform/file_io.h>
 #include <zul/pml/ntv_listvalue.h>
 #include <zul/pml/ntv_stringvalue.h>
 #include <zul/pml/ntv_unit.h>

@@ -27,7 +27,7 @@ expect_err_line() {
 
 # ---- help and version ----
 run 0 -- --version; expect_out "zul $version" --version
-for cmd in "" "pml" "pml format" "pml check" "pml get" "base64"; do
+for cmd in "" "pml" "pml format" "pml check" "pml get" "base64" "des"; do
     # shellcheck disable=SC2086
     run 0 -- $cmd --help
     [[ $(head -c 10 out) == "Usage: zul" ]] || fail "help of '$cmd'"
@@ -55,6 +55,14 @@ pml get a b c
 base64
 base64 rot13
 base64 encode a b
+des
+des rot13 -k 00
+des encrypt
+des encrypt --key-hex
+des encrypt -k 0
+des encrypt -k 0g
+des encrypt -k 000102030405060708
+des encrypt -k 00 a b
 EOF
 
 # ---- format: every layout of one tree, exact texts ----
@@ -132,6 +140,21 @@ printf ' TW\r\nF u ?' >spaced.txt
 run 0 spaced.txt -- base64 decode; expect_out Man "decode skips blanks"
 run 0 -- base64 encode empty.pml; expect_out "" "encode empty"
 run 1 -- base64 decode missing.b64; expect_err_line "decode missing"
+
+# ---- des: the classic known answer, padding, round trip ----
+printf 'Now is the time for all ' >now.txt
+for args in "--key-hex 0123456789abcdef now.txt" "--key-hex=0123456789ABCDEF -"; do
+    run 0 now.txt -- des encrypt $args
+    [[ $(od -An -tx1 out | tr -d ' \n') == 3fa40e8a984d48156a271787ab8883f9893d51ec4b563b53 ]] \
+        || fail "des known answer with $args: $(od -An -tx1 out)"
+done
+printf hello | "$zul" des encrypt -k 6b6579 | "$zul" des decrypt -k 6b6579 - >back.txt
+[[ $(od -An -tx1 back.txt | tr -d ' \n') == 68656c6c6f000000 ]] || fail "des keeps padding zeros"
+key=0102030405060708
+"$zul" des encrypt -k $key random.bin | "$zul" des decrypt -k $key | head -c 4099 | cmp -s - random.bin \
+    || fail "des round trip"
+run 0 -- des encrypt -k 00 empty.pml; expect_out "" "des of nothing"
+run 1 -- des decrypt -k 00 missing.bin; expect_err_line "des missing"
 
 # ---- in-place ----
 cp tree.pml a.pml; chmod 640 a.pml; ln -s a.pml link.pml

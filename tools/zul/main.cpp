@@ -1,4 +1,4 @@
-// The zul command-line tool: PML formatting, checking and queries, and Base64, all done by
+// The zul command-line tool: PML formatting, checking and queries, Base64 and DES, all done by
 // the library's own entry points. This file dispatches to the subcommands.
 #include <zul/base/exception.h>
 #include <zul/base/log_seam.h>
@@ -26,6 +26,7 @@ const char* const MAIN_HELP =
     "  pml check    tell whether files are well-formed PML\n"
     "  pml get      print the text or subtree at a path\n"
     "  base64       encode or decode Base64\n"
+    "  des          encrypt or decrypt with single DES (existing data only)\n"
     "\n"
     "Run 'zul COMMAND --help' for the options of a command.\n"
     "Exit status: 0 ok, 1 bad input, 2 usage error.\n";
@@ -39,6 +40,7 @@ int run(const std::vector<std::string>& args) {
     if (first == "--version" || first == "-V") return printHelp("zul " ZUL_VERSION "\n");
     if (first == "pml") return pmlCommand(rest);
     if (first == "base64") return base64Command(rest);
+    if (first == "des") return desCommand(rest);
     if (!first.empty() && first[0] == '-') return usage("unknown option '" + first + "'", "zul");
     return usage("unknown command '" + first + "'", "zul");
 }

@@ -44,6 +44,7 @@ bool replaceFile(const std::string& path, const std::string& content, std::strin
 // exit code.
 int pmlCommand(const std::vector<std::string>& args);
 int base64Command(const std::vector<std::string>& args);
+int desCommand(const std::vector<std::string>& args);
 
 /// Result of operandsOnly when the command goes on.
 constexpr int GO_ON = -1;

@@ -17,6 +17,8 @@ namespace {
 // The encoding names, chosen here only. glibc calls native 32-bit wchar_t "WCHAR_T".
 constexpr char const ICONV_UTF8_CODENAME[] = "UTF-8";
 constexpr char const ICONV_WSTR_CODENAME[] = "WCHAR_T";
+// The Windows code page of Central European text, which INI files of older tools use.
+constexpr char const ICONV_CP1250_CODENAME[] = "CP1250";
 
 // Names and texts of the standard-error lines.
 constexpr char const kToWideName[] = "ZUL_UTF8_TO_WSTRING";
@@ -440,4 +442,42 @@ std::wstring toWstring(const utf8& s) {
     return out;
 }
 
+namespace detail {
+namespace {
+
+// Converts all of `in` in one pass with a descriptor of its own, all or nothing. Quiet: the
+// callers report failures in their own terms.
+bool convertAll(char const* to, char const* from, istr in, std::string& out) {
+    out.clear();
+    iconv_t cd = iconv_open(to, from);
+    if (cd == reinterpret_cast<iconv_t>(-1)) return false;
+    // Three bytes per input byte cover every pair used here (CP1250 to UTF-8 is the widest).
+    out.resize(3 * in.size);
+    char* inp = const_cast<char*>(in.data);
+    size_t inLeft = in.data == nullptr ? 0 : in.size;
+    char* outp = &out[0];
+    size_t outLeft = out.size();
+    bool ok = inLeft == 0 || (iconv(cd, &inp, &inLeft, &outp, &outLeft) != kFailed &&
+                              iconv(cd, nullptr, nullptr, &outp, &outLeft) != kFailed);
+    iconv_close(cd);
+    out.resize(ok ? out.size() - outLeft : 0);
+    return ok;
+}
+
+}  // namespace
+
+bool isUtf8(istr text) {
+    std::string ignored;
+    return convertAll(ICONV_UTF8_CODENAME, ICONV_UTF8_CODENAME, text, ignored);
+}
+
+bool cp1250ToUtf8(istr text, std::string& out) {
+    return convertAll(ICONV_UTF8_CODENAME, ICONV_CP1250_CODENAME, text, out);
+}
+
+bool utf8ToCp1250(istr text, std::string& out) {
+    return convertAll(ICONV_CP1250_CODENAME, ICONV_UTF8_CODENAME, text, out);
+}
+
+}  // namespace detail
 }  // namespace zul

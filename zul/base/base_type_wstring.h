@@ -142,6 +142,19 @@ ZUL_API Bytes toUtf8(const utf8& s);
 ZUL_API String toAnsi(const utf8& s);
 ZUL_API std::wstring toWstring(const utf8& s);
 
+namespace detail {
+
+// Whole-text conversions for 8-bit files, all or nothing: false (and `out` empty) when a byte
+// sequence is not valid in the source encoding or has no form in the target one.
+
+/// True when `text` is valid UTF-8 (empty text is).
+ZUL_API bool isUtf8(istr text);
+/// Decodes Windows code page 1250 into UTF-8.
+ZUL_API bool cp1250ToUtf8(istr text, std::string& out);
+/// Encodes UTF-8 as Windows code page 1250.
+ZUL_API bool utf8ToCp1250(istr text, std::string& out);
+
+}  // namespace detail
 }  // namespace zul
 
 // ---- Low-level converters over iconv. They never throw: on failure they write one

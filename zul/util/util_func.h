@@ -1,10 +1,12 @@
 // Character, memory and small helpers: bounded C strings, null-tolerant memory copies,
-// character classes and printable names, error texts, network byte order.
+// character classes and printable names, error texts, network byte order, application paths
+// and the INI file writer.
 #pragma once
 
 #include <ace/INET_Addr.h>
 #include <zul/base/api.h>
 #include <zul/base/base_type_string.h>
+#include <zul/platform/app_paths.h>
 
 #include <cstddef>
 #include <iosfwd>
@@ -175,5 +177,57 @@ ZUL_API unsigned long long ntoh(octets<8> o);
 ZUL_API unsigned long ip_aton(const istr& text);
 /// The dotted-quad text of the low 32 bits of `a`, taken in network order.
 ZUL_API String ip_ntoa(unsigned long a);
+
+// ---- Application paths and file copy (UTF-8). setApplicationName() names the per-user folder.
+
+/// The application's resource folder: the folder of the running executable. Cached by the
+/// first call that finds it; empty when it cannot be found.
+ZUL_API String getProgramDir();
+/// The application's own per-user folder: getApplicationConfigPath() joined with the
+/// application's name. Cached by the first call that finds it; empty when no home is known.
+ZUL_API String getApplicationSupportPath();
+/// The per-user application-data folder ($XDG_DATA_HOME, or ~/.local/share), not cached.
+ZUL_API String getApplicationConfigPath();
+/// The certificate file: getApplicationSupportPath() + "/cert/" followed by the relative path
+/// of the first regular file named *.pem or *.PEM found below it (depth first, names in byte
+/// order, links to folders not followed); the folder path ending in "cert/" when there is none,
+/// and empty when getApplicationSupportPath() is.
+ZUL_API String getCertFullPath();
+/// Copies the file `source` into `directory` under `name` (under the source's own file name
+/// when `name` is not valid UTF-8), replacing a file of that name all at once; the copy takes
+/// the source's permissions. False, with nothing written, when `source` or `directory` is
+/// empty or not UTF-8, the source is missing, unreadable or not a regular file, or the write
+/// fails (an empty `name` names the folder itself, so the write fails).
+ZUL_API bool copyFileToDirectory(const std::string& source, const std::string& directory,
+                                 const std::string& name);
+
+// ---- INI files. Each classifier looks at the line without leading and trailing white space.
+
+/// The line begins with "[" and ends with "]".
+ZUL_API bool isSectionString(const std::string& line);
+/// The line begins with ";" or ends with "#".
+ZUL_API bool isCommentString(const std::string& line);
+/// The line contains "=".
+ZUL_API bool isKeyValueString(const std::string& line);
+/// A section line that contains `name` anywhere (so [alpha] matches "ph").
+ZUL_API bool isSection(const std::string& line, const std::string& name);
+/// "name=value" when the trimmed line holds "=" and the text before its first "=" is exactly
+/// `name` (not trimmed: "port = 1" is not key "port"); otherwise the trimmed line.
+ZUL_API String modifyKeyValueStringWithName(const std::string& name, const std::string& value,
+                                            const std::string& line);
+
+/// Sets `key` to `value` in section `section` of the existing INI file `path`, which is read
+/// and written in Windows code page 1250; every other line is kept. Key lines of the target
+/// section (a section line containing the name) are written trimmed, the matching one as
+/// "key=value"; a missing key is added at the end of the section. A file without the section
+/// is rewritten unchanged. Line endings are kept: a last line without a newline stays so, and
+/// no empty line is added. A line longer than 511 bytes is copied through unchanged and
+/// takes no part in the search. The file is replaced all at once, keeping its permissions.
+/// False, with the file unchanged, when section, key or path is empty, an argument is not
+/// UTF-8, the file is missing, not a regular file, read-only (even for root) or not
+/// writable, a line is not valid CP1250, a written line has no CP1250 form or exceeds 511
+/// bytes, or the new file cannot be written.
+ZUL_API bool writeStringToIniFileWithSection(const std::string& section, const std::string& key,
+                                             const std::string& value, const std::string& path);
 
 }  // namespace zul
