@@ -108,6 +108,7 @@ TEST(NtvUnit, DuplicateNamesThrowAndLeaveTreeUnchanged) {
     ListValue* stolen = static_cast<ListValue*>(clash.popValue());
     expectDup([&] { root.at(istr("b"))->value(stolen); });
     clash.value(new ListValue(nullptr));  // the failed install left `stolen` with us
+    zul::destroy_pop_maybe(stolen, __FILE__, __LINE__, "test");
     delete stolen;
 }
 
