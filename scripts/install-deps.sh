@@ -8,7 +8,7 @@ packages=(
     libace-dev
     libgtest-dev libgmock-dev libbenchmark-dev
     clang libclang-rt-14-dev
-    libssl-dev libboost-dev nlohmann-json3-dev
+    libssl-dev libboost-dev nlohmann-json3-dev libspdlog-dev
 )
 
 missing=()

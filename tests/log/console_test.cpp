@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 #include <unistd.h>
+#include <zul/base/mlcheck.h>
 #include <zul/log/console.h>
 
 #include <chrono>
@@ -69,5 +70,25 @@ TEST(Console, ReadlineFromAPseudoTerminal) {
         EXPECT_EQ(GetCapturedStdout(), "> > ? \nnews\n? ");
         close(slave);
         close(master);
+    });
+}
+
+TEST(Console, CreatedWhileTheLeakCheckerEchoes) {
+    zul_test::inFreshProcess([] {
+        zul::console::destroy();
+        zul::MemLeakChecker* checker = zul::MemLeakChecker::instance();
+        checker->start();
+        checker->dumpOn();
+        CaptureStdout();
+        // The console's creation is echoed on the console being created: written directly.
+        zul::console::create();
+        zul::console::print(zul::String("hello\n"));
+        zul::console::flush();
+        std::string const out = GetCapturedStdout();
+        EXPECT_EQ(out.find("+++ "), 0u) << out;
+        EXPECT_NE(out.find(" instance(zul/log/console.cpp:"), std::string::npos) << out;
+        EXPECT_NE(out.find("hello\n"), std::string::npos) << out;
+        checker->dumpOff();
+        zul::MemLeakChecker::destroy();
     });
 }

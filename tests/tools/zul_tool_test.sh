@@ -108,6 +108,12 @@ folder|: Is a directory
 EOF
 run 1 -- pml check two.pml cut.pml tree.pml
 [[ $(wc -l <err) == 2 ]] || fail "one line per bad file: $(cat err)"
+# A configuration in the current directory that asks for a log file and a console echo
+# changes nothing: one line per failure, no log file, nothing on standard output.
+mkdir cfgdir && printf 'cfg(log(filename(tool.log) consoleOn(1) infoOn(1)))' >cfgdir/p2p_config.pml
+(cd cfgdir && "$zul" pml check ../cut.pml >../out 2>../err); rc=$?
+[[ $rc == 1 && $(wc -l <err) == 1 && ! -s out && ! -e cfgdir/tool.log ]] \
+    || fail "configuration in the cwd: rc $rc, $(cat out err), $(ls cfgdir)"
 
 # ---- get ----
 while IFS='|' read -r path text; do
