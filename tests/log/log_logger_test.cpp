@@ -154,3 +154,23 @@ TEST(LoggerFactory, OneLoggerPerExactIdentifier) {
     static_cast<loggerImpl&>(a).init("other");  // a second init changes nothing
     EXPECT_EQ(a.id(), "factory-test");
 }
+
+TEST(Logger, DumpAndTheDebugCache) {
+    TempDir dir;
+    loggerImpl lg;
+    lg.id("X");
+    lg.logOn("a", true);
+    lg.write(istr("r\n"));
+    lg.writeCacheDebug(istr("d\n"));
+    zul::dumper d(true);
+    lg.dump(d);
+    EXPECT_EQ(std::string(d.str()),
+              "{true, true, false, false, false, false, false, false, false, false, true, "
+              "{a : true}, false, {}, true, , true, , 100, 32768, false, false, {\"r\n\"}, 2, "
+              "{\"d\n\"}, 2, \"X\", false}");
+    lg.filename(istr(dir.path("x.log")));
+    lg.flush();  // the debug cache is dropped unwritten
+    EXPECT_EQ(slurp(dir.path("x.log")) + slurp(dir.path("x.debug.log")), "r\n");
+    lg.dump(d);
+    EXPECT_NE(std::string(d.str()).find("{}, 0, {}, 0, \"X\""), std::string::npos);
+}
