@@ -14,7 +14,10 @@ import json, os, sys
 pairs = {}
 for f in sorted(os.listdir(sys.argv[1])):
     for b in json.load(open(os.path.join(sys.argv[1], f)))["benchmarks"]:
-        case, sep, side = b["name"].rpartition("/")
+        # Options that the benchmark library appends to a name are not part of the case.
+        name = "/".join(p for p in b["name"].split("/")
+                        if p != "real_time" and not p.startswith(("threads:", "iterations:")))
+        case, sep, side = name.rpartition("/")
         if side not in ("zul", "peer") or b.get("run_type") == "aggregate":
             continue
         rate = b.get("bytes_per_second") or b.get("items_per_second") or 1e9 / b["real_time"]

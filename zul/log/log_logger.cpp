@@ -1,5 +1,9 @@
 // zul::loggerImpl: switches and settings, the record cache, the "logger" flush thread and the
 // rotated log file.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
 #include <zul/base/alloc.h>
 #include <zul/cfg/config_file.h>
 #include <zul/log/console.h>
@@ -9,8 +13,8 @@
 #include <zul/util/util_func.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
-#include <fstream>
 #include <ostream>
 
 namespace zul {
@@ -28,20 +32,27 @@ constexpr char kDebugSuffix[] = ".debug";
 constexpr char kBackupSuffix[] = ".bak";
 constexpr long long kFlushPeriodSeconds = 1;
 
-// The log file of one batch: opened once in append mode, with its size tracked here, so that
-// the rotation check before each record does not ask the file for its position.
+// The log file of one batch: opened once in append mode (created when missing), with its
+// size tracked here, so that the rotation check before each record does not ask the file for
+// its position. Records go to the file straight from the cache, many per write call.
 class BatchFile {
   public:
     explicit BatchFile(String const& name) : name_(name) { open(); }
-
-    bool usable() const { return os_.good(); }
+    ~BatchFile() {
+        flushPending();
+        if (fd_ >= 0) ::close(fd_);
+    }
+    BatchFile(BatchFile const&) = delete;
+    BatchFile& operator=(BatchFile const&) = delete;
 
     // Moves the file to its ".bak" name first when `addLen` more bytes would take it past
     // `limit` (a record of `limit` bytes or more rotates any non-empty file).
     void rotateFor(unsigned long limit, unsigned long addLen) {
-        if (!usable() || size_ < 0) return;
+        if (fd_ < 0 || size_ < 0) return;
         if (static_cast<unsigned long>(size_) <= limit - std::min(limit, addLen)) return;
-        os_.close();
+        flushPending();
+        ::close(fd_);
+        fd_ = -1;
         String const backup = name_ + kBackupSuffix;
         if (std::rename(name_.c_str(), backup.c_str()) != 0) {
             // The same file goes on growing; every later record tries again.
@@ -52,27 +63,52 @@ class BatchFile {
         open();
     }
 
+    // The record's bytes must stay in place until the next rotation or the end of the batch.
     void write(String const& record) {
-        if (!usable()) return;
-        os_.write(record.data(), static_cast<std::streamsize>(record.size()));
+        if (fd_ < 0 || record.empty()) return;
+        iov_[pending_].iov_base = const_cast<char*>(record.data());
+        iov_[pending_].iov_len = record.size();
+        if (++pending_ == kMaxPending) flushPending();
         if (size_ >= 0) size_ += static_cast<long long>(record.size());
     }
 
   private:
     void open() {
-        os_.clear();
-        os_.open(name_, std::ios::out | std::ios::app | std::ios::binary);
+        fd_ = ::open(name_.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
         size_ = -1;
-        if (!os_.good()) return;
-        os_.seekp(0, std::ios::end);
-        std::streamoff const pos = os_.tellp();
-        if (pos >= 0) size_ = pos;
-        os_.clear();
+        struct stat st;
+        if (fd_ >= 0 && ::fstat(fd_, &st) == 0) size_ = st.st_size;
     }
 
+    // Writes the gathered records; what cannot be written is lost with the batch.
+    void flushPending() {
+        struct iovec* v = iov_;
+        int n = static_cast<int>(pending_);
+        pending_ = 0;
+        while (fd_ >= 0 && n > 0) {
+            ssize_t done = ::writev(fd_, v, n);
+            if (done < 0) {
+                if (errno == EINTR) continue;
+                return;
+            }
+            while (n > 0 && static_cast<size_t>(done) >= v->iov_len) {
+                done -= static_cast<ssize_t>(v->iov_len);
+                ++v;
+                --n;
+            }
+            if (n > 0) {
+                v->iov_base = static_cast<char*>(v->iov_base) + done;
+                v->iov_len -= static_cast<size_t>(done);
+            }
+        }
+    }
+
+    static constexpr size_t kMaxPending = 512;  // records per write call (IOV_MAX is 1024)
     String const& name_;
-    std::ofstream os_;
+    int fd_ = -1;
     long long size_ = -1;  // unknown below 0
+    struct iovec iov_[kMaxPending];
+    size_t pending_ = 0;
 };
 
 // "x.log" -> "x.debug.log"; anything else gets ".debug".
@@ -193,7 +229,7 @@ void loggerImpl::copyFrom(loggerImpl const& other) {
         consoleOn_ = tmp.consoleOn_;
         mlcOn_ = tmp.mlcOn_;
         hook_.store(tmp.hook_.load());
-        id_.swap(tmp.id_);
+        setId_i(tmp.id_);
         inited_ = tmp.inited_;
     }
     Lock lock(cacheMutex_);
@@ -221,7 +257,7 @@ loggerImpl& loggerImpl::init(std::string const& id) {
         if (inited_) return *this;
         inited_ = true;
         // Stored first, so that records written while the settings are read show it.
-        id_ = id;
+        setId_i(id);
     }
     try {
         reload();
@@ -233,12 +269,20 @@ loggerImpl& loggerImpl::init(std::string const& id) {
 
 void loggerImpl::id(std::string const& id) {
     Lock lock(settingsMutex_);
+    setId_i(id);
+}
+
+void loggerImpl::setId_i(std::string const& id) {
     id_ = id;
+    // Every record header shows the identifier: readers take a published copy without a lock.
+    // Copies stay until the logger goes, since a reader may still hold the one it took.
+    idVersions_.push_back(id);
+    idView_.store(&idVersions_.back(), std::memory_order_release);
 }
 
 std::string loggerImpl::id() const {
-    Lock lock(settingsMutex_);
-    return id_;
+    std::string const* view = idView_.load(std::memory_order_acquire);
+    return view != nullptr ? *view : std::string();
 }
 
 void loggerImpl::recordHook(RecordHook* hook) {
@@ -444,7 +488,13 @@ void loggerImpl::writeCache(char const* data, unsigned long size) {
     bool wake = false;
     {
         Lock lock(cacheMutex_);
-        cache_.emplace_back(data != nullptr ? data : "", data != nullptr ? size : 0);
+        if (spare_.empty()) {
+            cache_.emplace_back(data != nullptr ? data : "", data != nullptr ? size : 0);
+        } else {
+            // A node (and the string's buffer) that held a record already written.
+            cache_.splice(cache_.end(), spare_, spare_.begin());
+            cache_.back().assign(data != nullptr ? data : "", data != nullptr ? size : 0);
+        }
         if (cache_.size() >= maxNumofMsg_) {
             wake = true;
         } else {
@@ -531,6 +581,29 @@ void loggerImpl::onTimer(void*) {
         currSizeDebug_ = 0;
     }
     flushCache(batch, file);
+    recycle(batch);
+}
+
+void loggerImpl::recycle(std::list<String>& written) {
+    // The nodes of written records, with their string buffers, go back to the writers: a
+    // record then costs no allocation on one thread and release on another. A bounded number
+    // of small ones is kept; the others are released here.
+    size_t room = 0;
+    {
+        Lock lock(cacheMutex_);
+        room = spare_.size() < kSpareRecords ? kSpareRecords - spare_.size() : 0;
+    }
+    std::list<String> keep;
+    while (room > 0 && !written.empty()) {
+        if (written.front().capacity() <= kSpareRecordBytes) {
+            keep.splice(keep.end(), written, written.begin());
+            --room;
+        } else {
+            written.pop_front();
+        }
+    }
+    Lock lock(cacheMutex_);
+    spare_.splice(spare_.end(), keep);
 }
 
 void loggerImpl::flushCache(std::list<String>& records, String const& file) {

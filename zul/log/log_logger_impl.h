@@ -11,6 +11,7 @@
 #include <zul/mt/thread.h>
 
 #include <atomic>
+#include <cstddef>
 #include <iosfwd>
 #include <list>
 #include <map>
@@ -157,6 +158,13 @@ class ZUL_API loggerImpl : public logger {
     void wakeFlusher();
     void updateDebugFilename();
     void copyFrom(loggerImpl const& other);
+    /// Gives the nodes of written records back to the writers (bounded).
+    void recycle(std::list<String>& written);
+    /// Stores and publishes the identifier (the settings lock is held).
+    void setId_i(std::string const& id);
+
+    static constexpr size_t kSpareRecords = 16384;
+    static constexpr size_t kSpareRecordBytes = 512;
 
     // The cache lock and what it guards.
     mutable Mutex cacheMutex_;
@@ -192,6 +200,12 @@ class ZUL_API loggerImpl : public logger {
     Handle<FlushLogThread> flushThread_;
     std::string id_;
     bool inited_ = false;
+
+    // Nodes of written records, reused by writers (guarded by the cache lock).
+    std::list<String> spare_;
+    // Every identifier this logger had; idView_ points at the current one.
+    std::list<std::string> idVersions_;
+    std::atomic<std::string const*> idView_{nullptr};
 
     // Flush thread control: a pass is due; the flush thread exists; its wait.
     std::atomic<bool> due_{false};

@@ -65,11 +65,10 @@ class DecoratedLine {
 };
 
 // The header text: the calling thread's date-time and identity from its registry record,
-// "[id]", "[tag]" for a non-empty tag, and "{name}" for a registered SimpleThread.
-std::string headerText(logger& lg, istr tag) {
+// "[id]", "[tag]" for a non-empty tag, and "{name}" for a registered SimpleThread. Appended
+// to `head`.
+void appendHeader(std::string& head, logger& lg, istr tag) {
     ThreadInfo& info = SimpleThread::current();
-    std::string head;
-    head.reserve(64);
     head += info.sCurrDateTime_;
     head += info.sThreadId_;
     head += '[';
@@ -85,8 +84,43 @@ std::string headerText(logger& lg, istr tag) {
         head += info.thread_->name();
         head += '}';
     }
+}
+
+std::string headerText(logger& lg, istr tag) {
+    std::string head;
+    head.reserve(96);
+    appendHeader(head, lg, tag);
     return head;
 }
+
+// A buffer per thread for the one-line records, which are the frequent ones: its storage is
+// kept from record to record. A record written while one is being built on the same thread
+// gets a buffer of its own.
+class LineBuffer {
+  public:
+    LineBuffer() : own_(t_busy), text_(own_ ? local_ : t_text) {
+        t_busy = true;
+        text_.clear();
+    }
+    ~LineBuffer() {
+        if (own_) return;
+        if (text_.capacity() > kKeptBytes) std::string().swap(text_);  // an unusual record
+        t_busy = false;
+    }
+    LineBuffer(LineBuffer const&) = delete;
+    LineBuffer& operator=(LineBuffer const&) = delete;
+    std::string& text() { return text_; }
+
+  private:
+    static constexpr size_t kKeptBytes = 4096;
+    static thread_local std::string t_text;
+    static thread_local bool t_busy;
+    bool own_;
+    std::string local_;
+    std::string& text_;
+};
+thread_local std::string LineBuffer::t_text;
+thread_local bool LineBuffer::t_busy = false;
 
 // Appends the position "\n        AT: func(file:line)" and the calling thread's call stack
 // after "\nCALL STACK: ", one frame per line below the first.
@@ -154,7 +188,9 @@ void writeLog(logger& lg, char const* title, char const* tag, char const* body, 
 
 void writeInfoLog(logger& lg, char const*, unsigned int, char const*, char const* msg,
                   char const* tag) {
-    std::string record = headerText(lg, istr(tag));
+    LineBuffer buffer;
+    std::string& record = buffer.text();
+    appendHeader(record, lg, istr(tag));
     record += ' ';
     if (msg != nullptr) record += msg;
     record += '\n';
