@@ -30,3 +30,6 @@
 #include <zul/pml/pml.h>
 #include <zul/util/singleton_T.h>
 #include <zul/util/util_func.h>
+#include <zul/xml/XMLNode.h>
+#include <zul/xml/XMLParser.h>
+#include <zul/xml/XMLWriter.h>
