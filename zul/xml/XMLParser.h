@@ -68,6 +68,9 @@ class ZUL_API XMLParser {
     XMLNode* release();
     /// Deletes the root.
     void clearNodes();
+    /// The offset in the text of the token read last: after a syntax error, where the
+    /// faulty token starts. 0 before any parse.
+    size_t offset() const { return tokenStart_ == nullptr ? 0 : size_t(tokenStart_ - begin_); }
     /// `cb` is not owned and may be null.
     void setCallback(XMLParserCallback* cb) { callback_ = cb; }
 
