@@ -2,6 +2,7 @@
 // the logged parse failure and the transfer of ownership.
 #include <gtest/gtest.h>
 #include <zul/base/base_type_time.h>
+#include <zul/log/log_dumper.h>
 #include <zul/xml/XMLStream.h>
 
 #include <cstdio>
@@ -209,6 +210,12 @@ TEST(XmlStream, CopiesTransferTheNode) {
     d.type("t");
     d("n").value("v");
     EXPECT_EQ(d.str(false, 0), "<d __type__=\"t\" n=\"v\"><a><k>1</k></a></d>");
+    zul::dumper dd;
+    dd.level(1);
+    d.dump(dd);
+    const std::string dumped = dd.str(), tail = "    " + d.str(true, 2);
+    ASSERT_GE(dumped.size(), tail.size());
+    EXPECT_EQ(dumped.substr(dumped.size() - tail.size()), tail);
 
     XMLStream e;
     e.name("renamed");
