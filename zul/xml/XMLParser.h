@@ -15,7 +15,8 @@ namespace xml {
 class XMLParser;
 
 /// Told about every element start and end, text and attribute while a parser reads. The
-/// node pointers belong to the parser's tree.
+/// node pointers belong to the parser's tree (an earlier top-level tree is deleted when a
+/// later one starts); a callback must not parse, release or clear through `parser`.
 class ZUL_API XMLParserCallback {
   public:
     virtual ~XMLParserCallback();
@@ -38,7 +39,8 @@ class ZUL_API XMLParserCallback {
 /// Syntax errors throw XMLRuntimeException; the tree built so far stays with the parser.
 /// When a top-level element follows a finished one, the later element becomes the root and
 /// the earlier tree is deleted at once. Nesting depth is not limited: the tree, its text
-/// form and its destruction use no recursion. One thread at a time.
+/// form and its destruction use no recursion (the formatted text of a deep tree grows with
+/// the square of its depth, four blanks a level). One thread at a time.
 class ZUL_API XMLParser {
   public:
     /// An empty parser.
