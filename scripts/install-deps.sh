@@ -9,6 +9,7 @@ packages=(
     libgtest-dev libgmock-dev libbenchmark-dev
     clang libclang-rt-14-dev
     libssl-dev libboost-dev nlohmann-json3-dev libspdlog-dev
+    libtinyxml2-dev libpugixml-dev libxml2-dev
 )
 
 missing=()

@@ -7,6 +7,8 @@ zul="$build/tools/zul/zul"
 cd "$(dirname "$0")/.."
 config=examples/config.pml
 broken=examples/broken.pml
+xmlconfig=examples/config.xml
+xmlbroken=examples/broken.xml
 
 bold='' plain=''
 if [[ -t 1 ]]; then bold=$'\033[1m' plain=$'\033[0m'; fi
@@ -32,6 +34,15 @@ show pml get "$config" log
 show pml check "$config"
 # The broken sample fails on purpose: the message names the file, the line and the cause.
 show pml check "$broken"
+
+show xml format "$xmlconfig"
+show xml format --compact "$xmlconfig"
+show xml get "$xmlconfig" server/listen/
+show xml get "$xmlconfig" server/@port
+show xml get "$xmlconfig" greeting
+show xml check "$xmlconfig"
+# The broken XML sample fails on purpose too: a single-quoted attribute.
+show xml check "$xmlbroken"
 
 step "zul base64 encode $config | zul base64 decode | zul pml get - greeting"
 "$zul" base64 encode "$config" | "$zul" base64 decode | "$zul" pml get - greeting

@@ -38,3 +38,10 @@
 #include <zul/pml/pml_stream.h>
 #include <zul/util/singleton_T.h>
 #include <zul/util/util_func.h>
+#include <zul/xml/XMLInStream.h>
+#include <zul/xml/XMLNode.h>
+#include <zul/xml/XMLOutStream.h>
+#include <zul/xml/XMLParser.h>
+#include <zul/xml/XMLStream.h>
+#include <zul/xml/XMLStreamBase.h>
+#include <zul/xml/XMLWriter.h>

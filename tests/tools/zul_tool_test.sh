@@ -27,7 +27,8 @@ expect_err_line() {
 
 # ---- help and version ----
 run 0 -- --version; expect_out "zul $version" --version
-for cmd in "" "pml" "pml format" "pml check" "pml get" "base64" "des"; do
+for cmd in "" "pml" "pml format" "pml check" "pml get" "xml" "xml format" "xml check" \
+    "xml get" "base64" "des"; do
     # shellcheck disable=SC2086
     run 0 -- $cmd --help
     [[ $(head -c 10 out) == "Usage: zul" ]] || fail "help of '$cmd'"
@@ -52,6 +53,13 @@ pml check
 pml check --frob
 pml get x.pml
 pml get a b c
+xml
+xml frob
+xml format --frob
+xml format --in-place
+xml format -i -
+xml check
+xml get x.xml
 base64
 base64 rot13
 base64 encode a b
@@ -173,6 +181,43 @@ cmp -s b.pml "$examples/broken.pml" || fail "a bad file stays whole"
 [[ $(cat c.pml) == "$simple" ]] || fail "the good file beside it is rewritten"
 run 2 -- pml format -i - c.pml
 [[ -z $(find . -name '.*zul-*') ]] || fail "temporary files left: $(find . -name '.*zul-*')"
+
+# ---- xml: escaped output that reads back the same, errors with their line ----
+printf '<?xml version="1.0"?>\n<r a="&quot;&amp;">&lt;t&gt;<b/><c x=""> <![CDATA[ ]]></c></r>\n' >t.xml
+run 0 -- xml format -c t.xml
+expect_out '<r a="&quot;&amp;"><b/><c x="">&#32;</c>&lt;t&gt;</r>' "xml compact"
+run 0 -- xml format t.xml
+expect_out $'<r a="&quot;&amp;">\n    <b/>\n    <c x="">&#32;</c>\n    &lt;t&gt;</r>' "xml formatted"
+run 0 -- xml format -c "$examples/config.xml"; cp out xml_compact.txt
+"$zul" xml format "$examples/config.xml" | "$zul" xml format -c - >xml_again.txt
+cmp -s xml_compact.txt xml_again.txt || fail "xml format round trip"
+run 0 -- xml check "$examples/config.xml" t.xml; expect_out "" "xml check of good files"
+printf '<a>\n<b x/>\n</a>' >noeq.xml; : >empty.xml
+while IFS='|' read -r file msg; do
+    run 1 -- xml check t.xml "$file"; expect_err_line "xml check $file"
+    [[ $(cat err) == "zul: $file$msg" ]] || fail "xml check $file: $(cat err)"
+done <<'EOF'
+noeq.xml|:2: Malformed XML Attribute - no = found
+empty.xml|: no element
+missing.xml|: No such file or directory
+EOF
+run 1 -- xml check "$examples/broken.xml"
+while IFS='|' read -r path text; do
+    run 0 -- xml get "$examples/config.xml" "$path"; expect_out "$text" "xml get $path"
+done <<'EOF'
+server/listen|[::1]
+server/[0]|127.0.0.1
+server/@port|8080
+greeting|Hello & welcome, <user>!
+log|<log level="info" file="/var/log/zul.log"/>
+EOF
+for path in nope server/@nope server/[9] server/@port/x; do
+    run 2 -- xml get "$examples/config.xml" "$path"; expect_err_line "xml get $path"
+done
+cp "$examples/broken.xml" bx.xml; cp t.xml tx.xml
+run 1 -- xml format -i bx.xml tx.xml
+cmp -s bx.xml "$examples/broken.xml" || fail "a bad xml file stays whole"
+[[ $(cat tx.xml) == "$("$zul" xml format t.xml)" ]] || fail "xml in-place text"
 
 # ---- output errors ----
 if [[ -w /dev/full ]]; then

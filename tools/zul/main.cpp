@@ -1,5 +1,5 @@
-// The zul command-line tool: PML formatting, checking and queries, Base64 and DES, all done by
-// the library's own entry points. This file dispatches to the subcommands.
+// The zul command-line tool: PML and XML formatting, checking and queries, Base64 and DES, all
+// done by the library's own entry points. This file dispatches to the subcommands.
 #include <zul/base/exception.h>
 #include <zul/base/log_seam.h>
 #include <zul/log/log_logger.h>
@@ -25,6 +25,9 @@ const char* const MAIN_HELP =
     "  pml format   rewrite PML in the compact, simple, mixed or formatted layout\n"
     "  pml check    tell whether files are well-formed PML\n"
     "  pml get      print the text or subtree at a path\n"
+    "  xml format   rewrite XML indented or compact\n"
+    "  xml check    tell whether files can be read as XML\n"
+    "  xml get      print the text or subtree of an element\n"
     "  base64       encode or decode Base64\n"
     "  des          encrypt or decrypt with single DES (existing data only)\n"
     "\n"
@@ -39,6 +42,7 @@ int run(const std::vector<std::string>& args) {
     if (isHelp(first)) return printHelp(MAIN_HELP);
     if (first == "--version" || first == "-V") return printHelp("zul " ZUL_VERSION "\n");
     if (first == "pml") return pmlCommand(rest);
+    if (first == "xml") return xmlCommand(rest);
     if (first == "base64") return base64Command(rest);
     if (first == "des") return desCommand(rest);
     if (!first.empty() && first[0] == '-') return usage("unknown option '" + first + "'", "zul");

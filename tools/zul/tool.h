@@ -43,6 +43,7 @@ bool replaceFile(const std::string& path, const std::string& content, std::strin
 // Subcommand entry points; `args` holds what follows the subcommand name. Each returns an
 // exit code.
 int pmlCommand(const std::vector<std::string>& args);
+int xmlCommand(const std::vector<std::string>& args);
 int base64Command(const std::vector<std::string>& args);
 int desCommand(const std::vector<std::string>& args);
 

@@ -1,0 +1,224 @@
+// `zul xml`: reformat, check and query XML files with the library's parser and its escaping
+// writer, so that what the tool writes reads back to the same tree.
+#include <zul/xml/XMLParser.h>
+#include <zul/xml/XMLWriter.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tool.h"
+
+namespace zul {
+namespace tool {
+namespace {
+
+using xml::XMLNode;
+
+const char* const XML_HELP =
+    "Usage: zul xml COMMAND [ARG...]\n"
+    "\n"
+    "Work with XML files.\n"
+    "\n"
+    "Commands:\n"
+    "  format   rewrite XML indented, or compact\n"
+    "  check    tell whether files can be read\n"
+    "  get      print the text or subtree of an element\n"
+    "\n"
+    "Run 'zul xml COMMAND --help' for the options of a command.\n";
+
+const char* const FORMAT_HELP =
+    "Usage: zul xml format [--compact] [--in-place] [FILE...]\n"
+    "\n"
+    "Reads the XML of each FILE (standard input when there is none, or for '-') and writes\n"
+    "its root element again, one element a line and indented by four blanks, to standard\n"
+    "output or back into the file. Text is escaped so that the output reads back the same.\n"
+    "\n"
+    "Options:\n"
+    "  -c, --compact     no line breaks or indentation\n"
+    "  -i, --in-place    replace each FILE with its reformatted text; a file is replaced\n"
+    "                    all at once and left alone when it cannot be read\n"
+    "  -h, --help        show this help\n"
+    "\n"
+    "Declarations, comments and anything after the root element are not kept.\n"
+    "Exit status: 0 ok, 1 bad input, 2 usage error.\n";
+
+const char* const CHECK_HELP =
+    "Usage: zul xml check FILE...\n"
+    "\n"
+    "Reads each FILE ('-' for standard input) as XML. Prints nothing for a good file and\n"
+    "'zul: FILE:LINE: reason' on standard error for a bad one. The reader is forgiving: it\n"
+    "reports syntax it cannot read and a file without any element, not unmatched tags.\n"
+    "\n"
+    "Exit status: 0 when every file can be read, 1 otherwise, 2 usage error.\n";
+
+const char* const GET_HELP =
+    "Usage: zul xml get FILE PATH\n"
+    "\n"
+    "Prints the element of FILE ('-' for standard input) found at PATH: its text when it has\n"
+    "neither children nor attributes, otherwise the subtree as indented XML. A last step\n"
+    "'@NAME' prints the value of an attribute instead.\n"
+    "\n"
+    "PATH is a list of steps separated by '/', starting below the root element: a child's\n"
+    "name (the last child of that name) or [N] for child N counting from 0. '/' alone is the\n"
+    "root. Example: zul xml get config.xml server/listen/[1]\n"
+    "\n"
+    "Exit status: 0 found, 1 bad input, 2 no element at PATH or usage error.\n";
+
+std::string displayName(const std::string& arg) {
+    return arg == STDIN_ARG ? std::string(STDIN_NAME) : arg;
+}
+
+// Reads the file named `arg` and returns its root element, or null with `err` set.
+std::unique_ptr<XMLNode> readDocument(const std::string& arg, std::string& err) {
+    const std::string name = displayName(arg);
+    std::string text, reason;
+    if (!readAll(arg, text, reason)) {
+        err = name + ": " + reason;
+        return nullptr;
+    }
+    xml::XMLParser parser;
+    try {
+        parser.parse(istr(text));
+    } catch (const xml::XMLRuntimeException& e) {
+        const size_t at = std::min(parser.offset(), text.size());
+        const auto line = 1 + std::count(text.begin(), text.begin() + at, '\n');
+        err = name + ":" + std::to_string(line) + ": " + e.msg();
+        return nullptr;
+    }
+    std::unique_ptr<XMLNode> root(parser.release());
+    if (!root) err = name + ": no element";
+    return root;
+}
+
+String render(const XMLNode& n, bool compact) {
+    String out;
+    xml::writeXml(n, out, !compact);
+    out += "\n";
+    return out;
+}
+
+int formatCommand(const std::vector<std::string>& args) {
+    const std::string cmd = "zul xml format";
+    bool compact = false, inPlace = false, options = true;
+    std::vector<std::string> files;
+    for (const std::string& a : args) {
+        if (!options || a == STDIN_ARG || a.empty() || a[0] != '-') {
+            files.push_back(a);
+        } else if (a == "--") {
+            options = false;
+        } else if (isHelp(a)) {
+            return printHelp(FORMAT_HELP);
+        } else if (a == "-c" || a == "--compact") {
+            compact = true;
+        } else if (a == "-i" || a == "--in-place") {
+            inPlace = true;
+        } else {
+            return usage("unknown option '" + a + "'", cmd);
+        }
+    }
+    if (files.empty()) {
+        if (inPlace) return usage("--in-place needs at least one FILE", cmd);
+        files.push_back(STDIN_ARG);
+    }
+    if (inPlace && std::count(files.begin(), files.end(), STDIN_ARG) != 0) {
+        return usage("--in-place cannot rewrite standard input", cmd);
+    }
+    int status = EXIT_OK;
+    for (const std::string& f : files) {
+        std::string err;
+        std::unique_ptr<XMLNode> root = readDocument(f, err);
+        if (!root) {
+            error(err);
+            status = EXIT_BAD_INPUT;
+            continue;
+        }
+        const String text = render(*root, compact);
+        if (!(inPlace ? replaceFile(f, text, err) : writeOut(text, err))) {
+            error(inPlace ? f + ": " + err : err);
+            status = EXIT_BAD_INPUT;
+            if (!inPlace) break;  // standard output is gone: the rest would fail too
+        }
+    }
+    return status;
+}
+
+int checkCommand(const std::vector<std::string>& args) {
+    const std::string cmd = "zul xml check";
+    std::vector<std::string> files;
+    if (int done = operandsOnly(args, CHECK_HELP, cmd, files); done != GO_ON) return done;
+    if (files.empty()) return usage("no FILE to check", cmd);
+    int status = EXIT_OK;
+    for (const std::string& f : files) {
+        std::string err;
+        if (!readDocument(f, err)) {
+            error(err);
+            status = EXIT_BAD_INPUT;
+        }
+    }
+    return status;
+}
+
+int getCommand(const std::vector<std::string>& args) {
+    const std::string cmd = "zul xml get";
+    std::vector<std::string> operands;
+    if (int done = operandsOnly(args, GET_HELP, cmd, operands); done != GO_ON) return done;
+    if (operands.size() != 2) return usage("expected FILE and PATH", cmd);
+    const std::string &file = operands[0], &path = operands[1];
+    std::string err;
+    std::unique_ptr<XMLNode> root = readDocument(file, err);
+    if (!root) {
+        error(err);
+        return EXIT_BAD_INPUT;
+    }
+    auto notFound = [&](const std::string& step) {
+        error(displayName(file) + ": no element at '" + path + "' (step '" + step + "')");
+        return EXIT_USAGE;
+    };
+    const XMLNode* node = root.get();
+    String out;
+    for (size_t start = 0; start <= path.size();) {
+        const size_t slash = std::min(path.find('/', start), path.size());
+        const std::string step = path.substr(start, slash - start);
+        start = slash + 1;
+        if (step.empty()) continue;
+        if (step[0] == '@') {
+            const xml::XMLAttr& a = node->attr(istr(step.substr(1)));
+            if (a.isNull() || start <= path.size()) return notFound(step);
+            out = a.value() + "\n";
+            break;
+        }
+        const XMLNode* next = &node->child(istr(step));
+        if (next->isNull() && step.size() > 2 && step.front() == '[' && step.back() == ']' &&
+            step.find_first_not_of("0123456789", 1) == step.size() - 1) {
+            next = &node->child(static_cast<size_t>(std::stoull(step.substr(1))));
+        }
+        if (next->isNull()) return notFound(step);
+        node = next;
+    }
+    if (out.empty()) {
+        out = node->isSimple() ? node->cdata() + "\n" : render(*node, false);
+    }
+    if (!writeOut(out, err)) {
+        error(err);
+        return EXIT_BAD_INPUT;
+    }
+    return EXIT_OK;
+}
+
+}  // namespace
+
+int xmlCommand(const std::vector<std::string>& args) {
+    if (args.empty()) return usage("missing command (format, check or get)", "zul xml");
+    const std::string& sub = args[0];
+    std::vector<std::string> rest(args.begin() + 1, args.end());
+    if (isHelp(sub)) return printHelp(XML_HELP);
+    if (sub == "format") return formatCommand(rest);
+    if (sub == "check") return checkCommand(rest);
+    if (sub == "get") return getCommand(rest);
+    return usage("unknown command 'xml " + sub + "'", "zul xml");
+}
+
+}  // namespace tool
+}  // namespace zul

@@ -1,0 +1,55 @@
+// zul::xml::XMLStream, an object stream that can both write and read one element; its
+// constructor chooses the mode.
+#pragma once
+
+#include <zul/base/api.h>
+#include <zul/base/base_type_string.h>
+#include <zul/xml/XMLInStream.h>
+#include <zul/xml/XMLOutStream.h>
+
+#include <iosfwd>
+
+namespace zul {
+namespace xml {
+
+/// Both streams over one shared element. On a non-constant stream operator[], attr and
+/// child are the writing ones (creating what is missing); on a constant one the reading ones.
+class ZUL_API XMLStream : public XMLInStream, public XMLOutStream {
+  public:
+    /// Writing; owns a new element "root".
+    XMLStream();
+    /// Writing; owns a new element `name`.
+    explicit XMLStream(const istr& name);
+    XMLStream(out_t, const istr& name);
+    /// Writing the parent's child `name` (created when missing), not owned.
+    XMLStream(out_t, const istr& name, XMLOutStream& parent);
+    /// Writing `node`, not owned.
+    XMLStream(out_t, XMLNode& node);
+    /// Reading the parsed document's root, owned (no element after a syntax error, which
+    /// is recorded).
+    explicit XMLStream(std::ifstream& in);
+    XMLStream(in_t, const istr& text);
+    /// Reading the parent's child `name` or XMLNode::null(), not owned.
+    XMLStream(in_t, const istr& name, const XMLInStream& parent);
+    /// Reading `node`, not owned.
+    XMLStream(in_t, const XMLNode& node);
+    /// Takes the element of `o`, which keeps none.
+    XMLStream(const XMLStream& o);
+    XMLStream& operator=(const XMLStream& o);
+
+    using XMLInStream::operator[];
+    using XMLOutStream::operator[];
+    using XMLInStream::attr;
+    using XMLOutStream::attr;
+    using XMLInStream::operator();
+    using XMLOutStream::operator();
+    using XMLInStream::child;
+    using XMLInStream::type;
+    using XMLOutStream::child;
+    using XMLOutStream::type;
+    using XMLInStream::operator>>;
+    using XMLOutStream::operator<<;
+};
+
+}  // namespace xml
+}  // namespace zul
