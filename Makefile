@@ -24,6 +24,8 @@ test: build
 run: build
 	@$(BUILD)/examples/zul_text_demo
 	@bash scripts/tour.sh $(BUILD)
+	@echo; echo "== the demo application (examples/demo, on examples/demo.pml)"
+	@$(BUILD)/examples/zul_demo examples/demo.pml $(BUILD)/examples
 
 bench: deps
 	@cmake -S . -B $(BUILD)-bench -G Ninja -DCMAKE_BUILD_TYPE=Release -DZUL_BUILD_BENCH=ON -DZUL_BUILD_TESTS=OFF >/dev/null
