@@ -28,7 +28,7 @@ expect_err_line() {
 # ---- help and version ----
 run 0 -- --version; expect_out "zul $version" --version
 for cmd in "" "pml" "pml format" "pml check" "pml get" "xml" "xml format" "xml check" \
-    "xml get" "base64" "des"; do
+    "xml get" "base64" "des" "config"; do
     # shellcheck disable=SC2086
     run 0 -- $cmd --help
     [[ $(head -c 10 out) == "Usage: zul" ]] || fail "help of '$cmd'"
@@ -224,6 +224,19 @@ if [[ -w /dev/full ]]; then
     "$zul" pml format tree.pml >/dev/full 2>err; [[ $? == 1 ]] || fail "write error exit code"
     expect_err_line "write error"
 fi
+
+# ---- config show ----
+printf 'cfg(codepage(1250) log(filename(a.log) appLogs(net(1))))' >show.pml
+run 0 -- config show show.pml
+[[ $(sed -n 1p out) == "file      show.pml (given)" && $(sed -n 3p out) == "codepage  1250" ]] \
+    || fail "config show head: $(head -3 out)"
+grep -qx '    appLogs(net(1))' out && grep -qx '    filename(a.log)' out \
+    && grep -qx '    maxNumofMsg(100)' out || fail "config show log section: $(cat out)"
+(cd cfgdir && "$zul" config show >../out 2>../err) || fail "config show in a folder: $(cat err)"
+grep -qx '    consoleOn(1)' out || fail "config show of ./p2p_config.pml: $(cat out)"
+printf 'c(log:x)1))' >badcfg.pml
+run 1 -- config show badcfg.pml; expect_err_line "config show badcfg.pml"
+run 2 -- config; expect_err_line "config"
 
 if ((failures)); then echo "$failures failure(s)"; exit 1; fi
 echo "zul tool: all checks passed"

@@ -30,6 +30,7 @@ const char* const MAIN_HELP =
     "  xml get      print the text or subtree of an element\n"
     "  base64       encode or decode Base64\n"
     "  des          encrypt or decrypt with single DES (existing data only)\n"
+    "  config show  the configuration file as the library reads it\n"
     "\n"
     "Run 'zul COMMAND --help' for the options of a command.\n"
     "Exit status: 0 ok, 1 bad input, 2 usage error.\n";
@@ -45,6 +46,7 @@ int run(const std::vector<std::string>& args) {
     if (first == "xml") return xmlCommand(rest);
     if (first == "base64") return base64Command(rest);
     if (first == "des") return desCommand(rest);
+    if (first == "config") return configCommand(rest);
     if (!first.empty() && first[0] == '-') return usage("unknown option '" + first + "'", "zul");
     return usage("unknown command '" + first + "'", "zul");
 }

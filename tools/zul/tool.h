@@ -46,6 +46,7 @@ int pmlCommand(const std::vector<std::string>& args);
 int xmlCommand(const std::vector<std::string>& args);
 int base64Command(const std::vector<std::string>& args);
 int desCommand(const std::vector<std::string>& args);
+int configCommand(const std::vector<std::string>& args);
 
 /// Result of operandsOnly when the command goes on.
 constexpr int GO_ON = -1;
