@@ -49,7 +49,6 @@ pml format --pattern name,size
 pml format --mode
 pml format --frob
 pml format --in-place
-pml check
 pml check --frob
 pml get x.pml
 pml get a b c
@@ -58,7 +57,6 @@ xml frob
 xml format --frob
 xml format --in-place
 xml format -i -
-xml check
 xml get x.xml
 base64
 base64 rot13
@@ -114,6 +112,8 @@ cut.pml|:2: DecodeException: get type token
 missing.pml|: No such file or directory
 folder|: Is a directory
 EOF
+run 1 cut.pml -- pml check; [[ $(cat err) == "zul: <stdin>:2: DecodeException: get type token" ]] \
+    || fail "check of standard input: $(cat err)"
 run 1 -- pml check two.pml cut.pml tree.pml
 [[ $(wc -l <err) == 2 ]] || fail "one line per bad file: $(cat err)"
 # A configuration in the current directory that asks for a log file and a console echo
@@ -143,10 +143,14 @@ run 1 -- pml get "$examples/broken.pml" server
 
 # ---- base64 ----
 printf Man >man.txt
-run 0 -- base64 encode man.txt; [[ $(od -An -c out | tr -d ' ') == 'TWFu\r\n' ]] || fail "Man"
+run 0 -- base64 encode man.txt; [[ $(od -An -c out | tr -d ' ') == 'TWFu\n' ]] || fail "Man"
+[ "$(printf Man | "$zul" base64 encode)" = TWFu ] || fail "Man from standard input"
+run 0 -- base64 encode --crlf man.txt; [[ $(od -An -c out | tr -d ' ') == 'TWFu\r\n' ]] || fail "crlf"
 head -c 58 /dev/zero >z58
-run 0 -- base64 encode z58; [[ $(wc -l <out) == 2 && $(head -1 out | wc -c) == 78 ]] \
+run 0 -- base64 encode z58; [[ $(wc -l <out) == 2 && $(head -1 out | wc -c) == 77 ]] \
     || fail "76-character lines"
+cmp -s <(base64 z58) out || fail "the same text as coreutils"
+run 2 -- base64 decode --crlf man.txt; expect_err_line "decode --crlf"
 head -c 4099 /dev/urandom >random.bin
 "$zul" base64 encode random.bin | "$zul" base64 decode >back.bin
 cmp -s random.bin back.bin || fail "base64 round trip"

@@ -45,10 +45,10 @@ const char* const FORMAT_HELP =
     "Comments are not kept. Exit status: 0 ok, 1 bad input, 2 usage error.\n";
 
 const char* const CHECK_HELP =
-    "Usage: zul pml check FILE...\n"
+    "Usage: zul pml check [FILE...]\n"
     "\n"
-    "Reads each FILE ('-' for standard input) as PML. Prints nothing for a good file and\n"
-    "'zul: FILE:LINE: reason' on standard error for a bad one.\n"
+    "Reads each FILE (standard input for '-' or when there is none) as PML. Prints nothing\n"
+    "for a good file and 'zul: FILE:LINE: reason' on standard error for a bad one.\n"
     "\n"
     "Exit status: 0 when every file is well-formed, 1 otherwise, 2 usage error.\n";
 
@@ -255,7 +255,7 @@ int checkCommand(const std::vector<std::string>& args) {
     const std::string cmd = "zul pml check";
     std::vector<std::string> files;
     if (int done = operandsOnly(args, CHECK_HELP, cmd, files); done != GO_ON) return done;
-    if (files.empty()) return usage("no FILE to check", cmd);
+    if (files.empty()) files.push_back(STDIN_ARG);  // no FILE: standard input
     int status = EXIT_OK;
     for (const std::string& f : files) {
         Unit root;

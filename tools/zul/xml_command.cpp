@@ -45,10 +45,11 @@ const char* const FORMAT_HELP =
     "Exit status: 0 ok, 1 bad input, 2 usage error.\n";
 
 const char* const CHECK_HELP =
-    "Usage: zul xml check FILE...\n"
+    "Usage: zul xml check [FILE...]\n"
     "\n"
-    "Reads each FILE ('-' for standard input) as XML. Prints nothing for a good file and\n"
-    "'zul: FILE:LINE: reason' on standard error for a bad one. The reader is forgiving: it\n"
+    "Reads each FILE (standard input for '-' or when there is none) as XML. Prints nothing\n"
+    "for a good file and 'zul: FILE:LINE: reason' on standard error for a bad one. The reader is "
+    "forgiving: it\n"
     "reports syntax it cannot read and a file without any element, not unmatched tags.\n"
     "\n"
     "Exit status: 0 when every file can be read, 1 otherwise, 2 usage error.\n";
@@ -148,7 +149,7 @@ int checkCommand(const std::vector<std::string>& args) {
     const std::string cmd = "zul xml check";
     std::vector<std::string> files;
     if (int done = operandsOnly(args, CHECK_HELP, cmd, files); done != GO_ON) return done;
-    if (files.empty()) return usage("no FILE to check", cmd);
+    if (files.empty()) files.push_back(STDIN_ARG);  // no FILE: standard input
     int status = EXIT_OK;
     for (const std::string& f : files) {
         std::string err;
