@@ -5,7 +5,7 @@ JOBS       ?= $(shell nproc)
 CMAKE_ARGS ?=
 CTEST_ARGS ?=
 
-.PHONY: all deps configure build test run bench fuzz install format clean
+.PHONY: all deps configure build test run bench fuzz install package format clean
 
 all: build
 
@@ -41,6 +41,10 @@ fuzz: deps
 
 install: build
 	@cmake --install $(BUILD)
+
+# Debian packages libzul0, libzul-dev and zul-tools, written to $(BUILD)/packages.
+package: build
+	@cd $(BUILD) && cpack -B packages >/dev/null && ls packages/*.deb
 
 format:
 	@git ls-files '*.h' '*.cpp' | xargs clang-format -i
