@@ -13,12 +13,6 @@ root=$tmp/root/usr
 [[ -L $root/lib/libzul.so && -e $root/lib/libzul.so.0 ]] || { echo "no versioned soname"; exit 1; }
 soname=$(objdump -p "$root/lib/libzul.so.0" | awk '/SONAME/ {print $2}')
 [[ $soname == libzul.so.0 ]] || { echo "soname $soname"; exit 1; }
-cmake -S "$src" -B "$tmp/build" -G Ninja -DCMAKE_PREFIX_PATH="$root" >/dev/null
-cmake --build "$tmp/build" >/dev/null
-LD_LIBRARY_PATH="$root/lib" "$tmp/build/consumer"
-PKG_CONFIG_PATH="$root/lib/pkgconfig" \
-    c++ -std=c++17 "$src/main.cpp" -o "$tmp/consumer_pc" \
-    $(PKG_CONFIG_PATH="$root/lib/pkgconfig" pkg-config --cflags --libs zul)
-LD_LIBRARY_PATH="$root/lib" "$tmp/consumer_pc"
+bash "$(dirname "$0")/../consumer/run.sh" "$build" "$src" "$root"
 LD_LIBRARY_PATH="$root/lib" "$root/bin/zul" --version
 echo "packages unpacked, consumer built and run against them"
