@@ -99,6 +99,13 @@ std::string blockAfter(std::string const& text, std::string const& needle) {
     return text.substr(at, end == std::string::npos ? std::string::npos : end - at + 1);
 }
 
+std::string currentFolder() {
+    char* p = getcwd(nullptr, 0);
+    std::string const folder = p != nullptr ? p : ".";
+    std::free(p);
+    return folder;
+}
+
 // The leak report: the last information record of the checker, up to its closing brace.
 std::string report(std::string const& text) {
     std::string::size_type const at = text.rfind("@zul::MemLeakChecker");
@@ -114,8 +121,7 @@ int main(int argc, char** argv) {
         std::cerr << "usage: zul_demo CONFIG_FILE WORK_FOLDER\n";
         return 2;
     }
-    std::string const config =
-        argv[1][0] == '/' ? argv[1] : std::string(getcwd(nullptr, 0)) + "/" + argv[1];
+    std::string const config = argv[1][0] == '/' ? argv[1] : currentFolder() + "/" + argv[1];
     if (chdir(argv[2]) != 0) {
         std::cerr << "zul_demo: cannot enter " << argv[2] << "\n";
         return 1;
@@ -148,7 +154,7 @@ int main(int argc, char** argv) {
     zul::console::close();
 
     std::string const text = slurp("zul_demo.log");
-    std::cout << "The log file: " << getcwd(nullptr, 0) << "/zul_demo.log\n\n"
+    std::cout << "The log file: " << currentFolder() << "/zul_demo.log\n\n"
               << "Its first failure record:\n"
               << blockAfter(text, "[THROWING]") << "\nIts first error record:\n"
               << blockAfter(text, "[<ERROR>]") << "\nThe leak report:\n"
