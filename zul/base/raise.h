@@ -13,8 +13,8 @@
 namespace zul {
 namespace detail {
 
-/// Records a failure that is about to be thrown. The single place where raising meets the
-/// log: it writes nothing until the log front end is wired in.
+/// Records a failure that is about to be thrown: a framed "THROWING" record for the "ZUL"
+/// logger (zul/base/log_seam.h). The single place where raising meets the log.
 ZUL_API void recordThrown(char const* file, unsigned int line, char const* func,
                           std::string const& message);
 
