@@ -55,10 +55,7 @@ int configCommand(const std::vector<std::string>& args) {
     }
     // The logger's own reading of the section, on a logger that writes nowhere.
     loggerImpl settings;
-    if (!cfg->empty()) {
-        pml::stream in(cfg->mps()["log"]);
-        settings.codec(in);
-    }
+    settings.reload();
     pml::stream out;
     out.unit().name("log");
     settings.codec(out);

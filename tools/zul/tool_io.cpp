@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <zul/platform/file_io.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -69,19 +70,6 @@ bool readFd(int fd, std::string& out) {
     }
 }
 
-bool writeFd(int fd, const char* data, size_t size) {
-    while (size > 0) {
-        ssize_t n = ::write(fd, data, size);
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            return false;
-        }
-        data += n;
-        size -= static_cast<size_t>(n);
-    }
-    return true;
-}
-
 }  // namespace
 
 bool readAll(const std::string& name, std::string& out, std::string& err) {
@@ -112,7 +100,7 @@ int printHelp(const char* text) {
 }
 
 bool writeOut(const char* data, size_t size, std::string& err) {
-    if (!writeFd(STDOUT_FILENO, data, size)) {
+    if (!platform::writeAll(STDOUT_FILENO, data, size)) {
         err = "cannot write to standard output: " + systemError();
         return false;
     }
@@ -131,31 +119,12 @@ bool replaceFile(const std::string& path, const std::string& content, std::strin
         err = systemError();
         return false;
     }
-    std::string::size_type slash = target.rfind('/');
-    std::string dir = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
-    std::string base = slash == std::string::npos ? target : target.substr(slash + 1);
-    std::string tmp = dir + "." + base + ".zul-XXXXXX";
-
-    std::vector<char> name(tmp.begin(), tmp.end());
-    name.push_back('\0');
-    int fd = ::mkstemp(name.data());
-    if (fd < 0) {
-        err = "cannot create a temporary file beside it: " + systemError();
+    if (!platform::replaceFileAtomically(target, content.data(), content.size(),
+                                         static_cast<unsigned>(st.st_mode & 07777))) {
+        err = "cannot replace the file: " + systemError();
         return false;
     }
-    bool ok = writeFd(fd, content.data(), content.size()) &&
-              ::fchmod(fd, st.st_mode & 07777) == 0 && ::fsync(fd) == 0;
-    if (!ok) err = "cannot write the new text: " + systemError();
-    if (::close(fd) != 0 && ok) {
-        ok = false;
-        err = "cannot write the new text: " + systemError();
-    }
-    if (ok && ::rename(name.data(), target.c_str()) != 0) {
-        ok = false;
-        err = "cannot replace the file: " + systemError();
-    }
-    if (!ok) ::unlink(name.data());
-    return ok;
+    return true;
 }
 
 }  // namespace tool

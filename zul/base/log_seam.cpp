@@ -144,9 +144,5 @@ RecordSuppression::~RecordSuppression() {
     --t_suppressDepth;
 }
 
-bool deferringRecords() noexcept {
-    return t_deferDepth > 0;
-}
-
 }  // namespace detail
 }  // namespace zul

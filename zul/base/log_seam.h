@@ -75,8 +75,5 @@ class ZUL_API RecordSuppression {
     RecordSuppression& operator=(RecordSuppression const&) = delete;
 };
 
-/// True while the calling thread defers its library records.
-ZUL_API bool deferringRecords() noexcept;
-
 }  // namespace detail
 }  // namespace zul

@@ -259,7 +259,10 @@ void console::println(std::wstring const& s) {
 }
 
 void console::print(wchar_t const* s, unsigned long n) {
-    print(s != nullptr ? std::wstring(s, n == kWholeText ? std::wcslen(s) : n) : std::wstring());
+    if (ConsoleImpl* c = ConsoleImpl::instance())
+        c->print(s, n);
+    else
+        writeDirect(s != nullptr ? std::wstring(s, n == kWholeText ? std::wcslen(s) : n) : L"");
 }
 
 void console::println(wchar_t const* s, unsigned long n) {

@@ -166,36 +166,40 @@ loggerImpl::~loggerImpl() {
     flush();
 }
 
+void loggerImpl::copySettings(loggerImpl& to, loggerImpl const& from) {
+    to.infoOn_ = from.infoOn_;
+    to.debugOn_ = from.debugOn_;
+    to.traceOn_ = from.traceOn_;
+    to.dataLogOn_ = from.dataLogOn_;
+    to.debugLogOn_ = from.debugLogOn_;
+    to.traceLogOn_ = from.traceLogOn_;
+    to.diagLogOn_ = from.diagLogOn_;
+    to.cmdLogOn_ = from.cmdLogOn_;
+    to.commLogOn_ = from.commLogOn_;
+    to.hbLogOn_ = from.hbLogOn_;
+    to.appLogOn_ = from.appLogOn_;
+    to.appLogs_ = from.appLogs_;
+    to.msgLogOn_ = from.msgLogOn_;
+    to.msgLogs_ = from.msgLogs_;
+    to.useLogfile_ = from.useLogfile_;
+    to.filename_ = from.filename_;
+    to.useDebugLogfile_ = from.useDebugLogfile_;
+    to.filenameDebug_ = from.filenameDebug_;
+    to.maxNumofMsg_ = from.maxNumofMsg_;
+    to.maxCacheSize_ = from.maxCacheSize_;
+    to.consoleOn_ = from.consoleOn_;
+    to.mlcOn_ = from.mlcOn_;
+    to.hook_.store(from.hook_.load());
+    to.setId_i(from.id_);
+    to.inited_ = from.inited_;
+}
+
 void loggerImpl::copyFrom(loggerImpl const& other) {
     // Taken in two steps (the two locks are never held together), then installed.
     loggerImpl tmp;  // never started: holds the copied values only
     {
         Lock lock(other.settingsMutex_);
-        tmp.infoOn_ = other.infoOn_;
-        tmp.debugOn_ = other.debugOn_;
-        tmp.traceOn_ = other.traceOn_;
-        tmp.dataLogOn_ = other.dataLogOn_;
-        tmp.debugLogOn_ = other.debugLogOn_;
-        tmp.traceLogOn_ = other.traceLogOn_;
-        tmp.diagLogOn_ = other.diagLogOn_;
-        tmp.cmdLogOn_ = other.cmdLogOn_;
-        tmp.commLogOn_ = other.commLogOn_;
-        tmp.hbLogOn_ = other.hbLogOn_;
-        tmp.appLogOn_ = other.appLogOn_;
-        tmp.appLogs_ = other.appLogs_;
-        tmp.msgLogOn_ = other.msgLogOn_;
-        tmp.msgLogs_ = other.msgLogs_;
-        tmp.useLogfile_ = other.useLogfile_;
-        tmp.filename_ = other.filename_;
-        tmp.useDebugLogfile_ = other.useDebugLogfile_;
-        tmp.filenameDebug_ = other.filenameDebug_;
-        tmp.maxNumofMsg_ = other.maxNumofMsg_;
-        tmp.maxCacheSize_ = other.maxCacheSize_;
-        tmp.consoleOn_ = other.consoleOn_;
-        tmp.mlcOn_ = other.mlcOn_;
-        tmp.hook_.store(other.hook_.load());
-        tmp.id_ = other.id_;
-        tmp.inited_ = other.inited_;
+        copySettings(tmp, other);
     }
     {
         Lock lock(other.cacheMutex_);
@@ -206,31 +210,7 @@ void loggerImpl::copyFrom(loggerImpl const& other) {
     }
     {
         Lock lock(settingsMutex_);
-        infoOn_ = tmp.infoOn_;
-        debugOn_ = tmp.debugOn_;
-        traceOn_ = tmp.traceOn_;
-        dataLogOn_ = tmp.dataLogOn_;
-        debugLogOn_ = tmp.debugLogOn_;
-        traceLogOn_ = tmp.traceLogOn_;
-        diagLogOn_ = tmp.diagLogOn_;
-        cmdLogOn_ = tmp.cmdLogOn_;
-        commLogOn_ = tmp.commLogOn_;
-        hbLogOn_ = tmp.hbLogOn_;
-        appLogOn_ = tmp.appLogOn_;
-        appLogs_.swap(tmp.appLogs_);
-        msgLogOn_ = tmp.msgLogOn_;
-        msgLogs_.swap(tmp.msgLogs_);
-        useLogfile_ = tmp.useLogfile_;
-        filename_.swap(tmp.filename_);
-        useDebugLogfile_ = tmp.useDebugLogfile_;
-        filenameDebug_.swap(tmp.filenameDebug_);
-        maxNumofMsg_ = tmp.maxNumofMsg_;
-        maxCacheSize_ = tmp.maxCacheSize_;
-        consoleOn_ = tmp.consoleOn_;
-        mlcOn_ = tmp.mlcOn_;
-        hook_.store(tmp.hook_.load());
-        setId_i(tmp.id_);
-        inited_ = tmp.inited_;
+        copySettings(*this, tmp);
     }
     Lock lock(cacheMutex_);
     cache_.swap(tmp.cache_);
@@ -274,6 +254,8 @@ void loggerImpl::id(std::string const& id) {
 
 void loggerImpl::setId_i(std::string const& id) {
     id_ = id;
+    std::string const* current = idView_.load(std::memory_order_relaxed);
+    if (current != nullptr && *current == id) return;
     // Every record header shows the identifier: readers take a published copy without a lock.
     // Copies stay until the logger goes, since a reader may still hold the one it took.
     idVersions_.push_back(id);
@@ -527,13 +509,6 @@ void loggerImpl::writeCallback(istr const& record) {
 unsigned long loggerImpl::cachedRecords() const {
     Lock lock(cacheMutex_);
     return static_cast<unsigned long>(cache_.size());
-}
-
-unsigned long loggerImpl::cachedBytes() const {
-    Lock lock(cacheMutex_);
-    unsigned long n = 0;
-    for (String const& r : cache_) n += static_cast<unsigned long>(r.size());
-    return n;
 }
 
 // ---- flushing -----------------------------------------------------------------------------

@@ -134,9 +134,8 @@ class ZUL_API loggerImpl : public logger {
 
     /// Caches a record in the debug cache (same limits); every flush pass drops it unwritten.
     void writeCacheDebug(istr const& record);
-    /// Records and bytes waiting in the cache.
+    /// Records waiting in the cache.
     unsigned long cachedRecords() const;
-    unsigned long cachedBytes() const;
     /// Whether a flush thread exists.
     bool flushing() const { return flusherRunning_.load(std::memory_order_acquire); }
 
@@ -158,6 +157,9 @@ class ZUL_API loggerImpl : public logger {
     void wakeFlusher();
     void updateDebugFilename();
     void copyFrom(loggerImpl const& other);
+    /// Every setting, the hook, the identifier and inited_ of `from` into `to` (the caller
+    /// holds the settings locks it needs).
+    static void copySettings(loggerImpl& to, loggerImpl const& from);
     /// Gives the nodes of written records back to the writers (bounded).
     void recycle(std::list<String>& written);
     /// Stores and publishes the identifier (the settings lock is held).

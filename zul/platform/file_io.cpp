@@ -10,8 +10,6 @@
 
 namespace zul {
 namespace platform {
-namespace {
-
 bool writeAll(int fd, const char* data, size_t size) {
     while (size > 0) {
         ssize_t n = ::write(fd, data, size);
@@ -24,8 +22,6 @@ bool writeAll(int fd, const char* data, size_t size) {
     }
     return true;
 }
-
-}  // namespace
 
 bool readWholeFile(const std::string& path, bool forWriting, std::string& out, unsigned& mode) {
     out.clear();

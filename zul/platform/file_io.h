@@ -16,6 +16,10 @@ namespace platform {
 ZUL_API bool readWholeFile(const std::string& path, bool forWriting, std::string& out,
                            unsigned& mode);
 
+/// Writes all `size` bytes at `data` to the descriptor `fd`, resuming after interruptions and
+/// short writes; false with errno set on an error.
+ZUL_API bool writeAll(int fd, const char* data, size_t size);
+
 /// Writes `size` bytes at `data` to `path`: a temporary file in the same folder gets the
 /// bytes and the permission bits `mode`, is flushed to disk and renamed over `path` (an
 /// existing file or link of that name is replaced). On failure the temporary file is

@@ -218,7 +218,7 @@ class Field__ {
     bool get(const stream& s) const {
         const ntv::Unit* child = s.unit().at(fieldName_);
         if (child == nullptr) return false;
-        read_i(*child);
+        readValue(*child, *target_);
         return true;
     }
 
@@ -227,7 +227,7 @@ class Field__ {
     stream& set(stream& s) const {
         ntv::Unit* child = zul::detail::ntvNew<ntv::Unit>(__FILE__, __LINE__, "set");
         try {
-            write_i(*child);
+            writeValue(*child, *target_);
             if (fieldType_.size != 0) child->type(fieldType_);
             child->name(fieldName_);
             s.unit().addChild(child);
@@ -250,9 +250,6 @@ class Field__ {
     T* target() const { return target_; }
 
   private:
-    void read_i(const ntv::Unit& from) const { readValue(from, *target_); }
-    void write_i(ntv::Unit& to) const { writeValue(to, *target_); }
-
     template <class U>
     static void readValue(const ntv::Unit& from, U& v) {
         from >> v;
