@@ -5,7 +5,7 @@ JOBS       ?= $(shell nproc)
 CMAKE_ARGS ?=
 CTEST_ARGS ?=
 
-.PHONY: all deps configure build test run bench fuzz install package format clean
+.PHONY: all deps configure build test run bench fuzz install package docs format clean
 
 all: build
 
@@ -45,6 +45,11 @@ install: build
 # Debian packages libzul0, libzul-dev and zul-tools, written to $(BUILD)/packages.
 package: build
 	@cd $(BUILD) && cpack -B packages >/dev/null && ls packages/*.deb
+
+# API reference from the doc comments, written to $(BUILD)/docs/html; fails on an
+# undocumented public declaration (the list is in $(BUILD)/docs/warnings.txt).
+docs: configure
+	@cmake --build $(BUILD) --target docs || { cat $(BUILD)/docs/warnings.txt; exit 1; }
 
 format:
 	@git ls-files '*.h' '*.cpp' | xargs clang-format -i

@@ -10,6 +10,7 @@ packages=(
     clang libclang-rt-14-dev
     libssl-dev libboost-dev nlohmann-json3-dev libspdlog-dev
     libtinyxml2-dev libpugixml-dev libxml2-dev
+    doxygen
 )
 
 missing=()
