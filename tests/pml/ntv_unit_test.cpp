@@ -74,7 +74,7 @@ TEST(NtvUnit, TextNodeKeepsItsTextAsFirstChild) {
     EXPECT_EQ(describe(t), "=[v]");
 }
 
-TEST(NtvUnit, DuplicateNamesThrowAndLeaveTreeUnchanged) {
+TEST(NtvUnit, DuplicateNamesThrowAtTheClash) {
     Unit root;
     buildSample(root);
     auto expectDup = [&](auto&& op) {
@@ -90,11 +90,20 @@ TEST(NtvUnit, DuplicateNamesThrowAndLeaveTreeUnchanged) {
     EXPECT_EQ(loose->parent(), nullptr);  // still the caller's
     delete loose;
 
-    // Appending a list with one clashing name appends nothing.
+    // Appending a list stops at its first clashing name: the children before it stay.
     Unit other;
     other.addChild("fresh", "1");
     other.addChild("a", "9");
-    expectDup([&] { root += other; });
+    other.addChild("later", "2");
+    Unit target;
+    target.addChild("a", "0");
+    EXPECT_EQ(invalidArgument([&] { target += other; }), "duplicated unit");
+    EXPECT_EQ(describe(target), "{a=[0],fresh=[1]}");
+    expectConsistent(target);
+    Unit twins;  // appended to itself: a copy of each child it had before
+    typedPair(twins, "s");
+    twins += twins;
+    EXPECT_EQ(describe(twins), "{:t=[1],:s=[2],:t=[1],:s=[2]}");
 
     // A list whose children were renamed into a clash cannot be copied or installed.
     Unit clash;

@@ -384,28 +384,10 @@ void Unit::dropLastChild(char const* func, unsigned int line) noexcept {
 Unit& Unit::operator+=(const Unit& other) {
     const ListValue* from = other.listValue();
     if (from == nullptr) return *this;
-    // Copy and check everything first, so a duplicate name leaves this node untouched.
-    std::vector<Unit*> copies;
-    size_t adopted = 0;
-    try {
-        copies.reserve(from->size());
-        std::vector<std::string_view> names;
-        for (const Unit* c : from->units_) {
-            copies.push_back(NTV_NEW(Unit, "addChild", *c));
-            if (c->name_.empty()) continue;
-            if (nameTaken(c->name_)) throw std::invalid_argument(kDuplicated);
-            names.push_back(c->name_);
-        }
-        std::sort(names.begin(), names.end());
-        if (std::adjacent_find(names.begin(), names.end()) != names.end()) {
-            throw std::invalid_argument(kDuplicated);
-        }
-        ensureList()->units_.reserve(numofChildren() + copies.size());
-        for (; adopted < copies.size(); ++adopted) addChild(copies[adopted]);
-    } catch (...) {
-        for (size_t i = adopted; i < copies.size(); ++i) NTV_DELETE(copies[i], "addChild");
-        throw;
-    }
+    // One addChild per child, in order: the children added before a clashing name stay, and
+    // the clash goes out. The count is taken first because `other` may be this very node.
+    const size_t n = from->size();
+    for (size_t i = 0; i < n; ++i) addChild(*from->units_[i]);
     return *this;
 }
 

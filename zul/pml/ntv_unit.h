@@ -177,8 +177,9 @@ class ZUL_API Unit {
     /// Unnamed child: appended (addChild's result). Named: the child of that name (created
     /// if missing) takes name, type and value of `child`, which is destroyed; returns false.
     bool addOrUpdateChild(Unit* child);
-    /// Appends a copy of every child of a list `other`; nothing for a simple `other`. All or
-    /// nothing: on a duplicate name nothing is appended.
+    /// Appends a copy of every child of a list `other`, in order, as `addChild(const Unit&)`
+    /// does; nothing for a simple `other`. On a duplicate name the children appended before it
+    /// stay and `std::invalid_argument` "duplicated unit" goes out.
     Unit& operator+=(const Unit& other);
 
     /// The number of children, 0 for a simple node.
