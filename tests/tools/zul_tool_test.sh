@@ -102,6 +102,8 @@ run 1 -- pml check "$examples/broken.pml"
     || fail "broken.pml message: $(cat err)"
 printf 'a(1)\n(* fine *)\n  b(2)\n' >two.pml
 printf 'a(1)\nb:t' >cut.pml
+printf 'a(\n  b(1)\n  c(\n    d(2)' >open.pml
+printf "(* ( *)\n\na(\n x('(')(* ( *)\n y(" >open2.pml
 mkdir folder
 while IFS='|' read -r file message; do
     run 1 -- pml check tree.pml "$file"; expect_err_line "check $file"
@@ -109,6 +111,8 @@ while IFS='|' read -r file message; do
 done <<'EOF'
 two.pml|:3: text after the first node (a PML file holds one top node)
 cut.pml|:2: DecodeException: get type token
+open.pml|:1: the text ends inside the list opened here
+open2.pml|:3: the text ends inside the list opened here
 missing.pml|: No such file or directory
 folder|: Is a directory
 EOF
@@ -184,6 +188,14 @@ run 1 -- pml format --in-place b.pml c.pml
 cmp -s b.pml "$examples/broken.pml" || fail "a bad file stays whole"
 [[ $(cat c.pml) == "$simple" ]] || fail "the good file beside it is rewritten"
 run 2 -- pml format -i - c.pml
+# A rewrite that would change the tree is refused: a name with a syntax character is written
+# bare, and a pattern can leave names out.
+printf 'top(x^:y(1) ok(2))\n' >esc.pml; cp esc.pml esc0.pml
+run 1 -- pml format -i esc.pml; expect_err_line "in-place of a bare syntax character"
+[[ $(cat err) == "zul: esc.pml: left unchanged: the node at '/x:y' would not read back the same from the new text" ]] \
+    || fail "in-place refusal: $(cat err)"
+run 1 -- pml format -i -p value c.pml; expect_err_line "in-place without names"
+cmp -s esc.pml esc0.pml && [[ $(cat c.pml) == "$simple" ]] || fail "refused files stay whole"
 [[ -z $(find . -name '.*zul-*') ]] || fail "temporary files left: $(find . -name '.*zul-*')"
 
 # ---- xml: escaped output that reads back the same, errors with their line ----
@@ -197,12 +209,14 @@ run 0 -- xml format -c "$examples/config.xml"; cp out xml_compact.txt
 cmp -s xml_compact.txt xml_again.txt || fail "xml format round trip"
 run 0 -- xml check "$examples/config.xml" t.xml; expect_out "" "xml check of good files"
 printf '<a>\n<b x/>\n</a>' >noeq.xml; : >empty.xml
+printf '<!-- <x> -->\n<a>\n  <b/>\n  <c>\n    <d>x</d>' >open.xml
 while IFS='|' read -r file msg; do
     run 1 -- xml check t.xml "$file"; expect_err_line "xml check $file"
     [[ $(cat err) == "zul: $file$msg" ]] || fail "xml check $file: $(cat err)"
 done <<'EOF'
 noeq.xml|:2: Malformed XML Attribute - no = found
 empty.xml|: no element
+open.xml|:2: the text ends inside the element opened here
 missing.xml|: No such file or directory
 EOF
 run 1 -- xml check "$examples/broken.xml"

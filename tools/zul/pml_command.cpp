@@ -1,10 +1,12 @@
 // `zul pml`: reformat, check and query PML files with the library's reader and writers.
 #include <zul/base/exception.h>
 #include <zul/pml/pml.h>
+#include <zul/pml/pml_parser.h>
 
 #include <algorithm>
 #include <cctype>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tool.h"
@@ -39,7 +41,8 @@ const char* const FORMAT_HELP =
     "                        value, path (a comment with the node's path; formatted only),\n"
     "                        or none (default: name,type,value)\n"
     "  -i, --in-place        replace each FILE with its reformatted text; a file is\n"
-    "                        replaced all at once and left alone when it does not parse\n"
+    "                        replaced all at once, and left alone when it does not parse\n"
+    "                        or when the new text would not read back as the same tree\n"
     "  -h, --help            show this help\n"
     "\n"
     "Comments are not kept. Exit status: 0 ok, 1 bad input, 2 usage error.\n";
@@ -48,7 +51,9 @@ const char* const CHECK_HELP =
     "Usage: zul pml check [FILE...]\n"
     "\n"
     "Reads each FILE (standard input for '-' or when there is none) as PML. Prints nothing\n"
-    "for a good file and 'zul: FILE:LINE: reason' on standard error for a bad one.\n"
+    "for a good file and 'zul: FILE:LINE: reason' on standard error for a bad one. A text\n"
+    "that ends while lists are still open (a file cut short) is bad: LINE is where the\n"
+    "first of them was opened.\n"
     "\n"
     "Exit status: 0 when every file is well-formed, 1 otherwise, 2 usage error.\n";
 
@@ -121,16 +126,9 @@ std::string displayName(const std::string& arg) {
     return arg == STDIN_ARG ? std::string(STDIN_NAME) : arg;
 }
 
-// Reads the file named `arg` into `root`. The whole text must be one node: anything but
-// blanks and comments after it would be lost by a rewrite, so it is an error here.
-bool readDocument(const std::string& arg, Unit& root, std::string& err) {
-    std::string name = displayName(arg);
-    std::string text;
-    std::string reason;
-    if (!readAll(arg, text, reason)) {
-        err = name + ": " + reason;
-        return false;
-    }
+// Reads `text` (of the file shown as `name`) into `root`. The whole text must be one node:
+// anything but blanks and comments after it would be lost by a rewrite, so it is an error here.
+bool readText(const std::string& name, const std::string& text, Unit& root, std::string& err) {
     const char* const begin = text.c_str();
     const char* const end = begin + text.size();
     const char* p = begin;
@@ -166,6 +164,64 @@ bool readDocument(const std::string& arg, Unit& root, std::string& err) {
         return false;
     }
     return true;
+}
+
+// Reads the file named `arg` into `text` and `root`.
+bool readDocument(const std::string& arg, Unit& root, std::string& text, std::string& err) {
+    std::string reason;
+    if (!readAll(arg, text, reason)) {
+        err = displayName(arg) + ": " + reason;
+        return false;
+    }
+    return readText(displayName(arg), text, root, err);
+}
+
+// The line of the first "(" still open where `text` ends, or 0 when every one is closed.
+// The reader takes a text cut short as if its lists were closed there; a check calls it
+// truncated. Tokens come from the reader's own lexer, so quotes, escapes and comments count
+// as they do when reading.
+size_t firstUnclosedLine(const std::string& text) {
+    const char* const begin = text.c_str();
+    const char* p = begin;
+    pml::pmlLexerLpctstr<char> source(p);
+    pml::pmlLexer<pml::pmlLexerLpctstr<char>> lexer(source);
+    std::vector<const char*> open;
+    std::string token;
+    pml::TokenFlag flag = pml::kNoTokenFlag;
+    while (lexer.getToken(token, flag)) {
+        if (flag == pml::TOKEN_LEFT_TAG) {
+            open.push_back(p - 1);
+        } else if (flag == pml::TOKEN_RIGHT_TAG && !open.empty()) {
+            open.pop_back();
+        }
+    }
+    // A "(" that is the very last character ends the input before it makes a token.
+    if (open.empty() && p > begin && p[-1] == '(' && (p - 1 == begin || p[-2] != '^')) {
+        open.push_back(p - 1);
+    }
+    return open.empty() ? 0 : lineAt(begin, open.front() + 1);
+}
+
+// The first node of `a`, in document order, that `b` does not match in name, type, text or
+// children; null when the two trees are the same. Iterative: a tree may be as deep as the
+// reader allows.
+const Unit* firstDifference(const Unit& a, const Unit& b) {
+    std::vector<std::pair<const Unit*, const Unit*>> todo{{&a, &b}};
+    while (!todo.empty()) {
+        const auto [x, y] = todo.back();
+        todo.pop_back();
+        const bool list = x->listValue() != nullptr;
+        if (x->name() != y->name() || x->type() != y->type() ||
+            list != (y->listValue() != nullptr) ||
+            (!list && x->getStringValue() != y->getStringValue()) ||
+            x->numofChildren() != y->numofChildren()) {
+            return x;
+        }
+        for (size_t i = list ? x->numofChildren() : 0; i-- > 0;) {
+            todo.emplace_back(x->childAt(i), y->childAt(i));
+        }
+    }
+    return nullptr;
 }
 
 // The PML text of `root` in the given layout, with a final line break; empty for a file
@@ -234,13 +290,27 @@ int formatCommand(const std::vector<std::string>& args) {
     int status = EXIT_OK;
     for (const std::string& f : files) {
         Unit root;
-        std::string err;
-        if (!readDocument(f, root, err)) {
+        std::string source, err;
+        if (!readDocument(f, root, source, err)) {
             error(err);
             status = EXIT_BAD_INPUT;
             continue;
         }
         String text = render(root, mode, pattern);
+        if (inPlace) {
+            // Rewriting a file must not change what it says: names with syntax characters
+            // are written as they are, and a pattern may leave parts out.
+            Unit back;
+            std::string ignored;
+            const Unit* changed = nullptr;
+            if (!readText(f, text, back, ignored) || (changed = firstDifference(root, back))) {
+                error(f + ": left unchanged: the node at '" +
+                      (changed ? changed->path() : String("/")) +
+                      "' would not read back the same from the new text");
+                status = EXIT_BAD_INPUT;
+                continue;
+            }
+        }
         bool ok = inPlace ? replaceFile(f, text, err) : writeOut(text, err);
         if (!ok) {
             error(inPlace ? f + ": " + err : err);
@@ -259,9 +329,13 @@ int checkCommand(const std::vector<std::string>& args) {
     int status = EXIT_OK;
     for (const std::string& f : files) {
         Unit root;
-        std::string err;
-        if (!readDocument(f, root, err)) {
+        std::string text, err;
+        if (!readDocument(f, root, text, err)) {
             error(err);
+            status = EXIT_BAD_INPUT;
+        } else if (size_t line = firstUnclosedLine(text); line != 0) {
+            error(displayName(f) + ":" + std::to_string(line) +
+                  ": the text ends inside the list opened here");
             status = EXIT_BAD_INPUT;
         }
     }
@@ -277,8 +351,8 @@ int getCommand(const std::vector<std::string>& args) {
     const std::string& path = operands[1];
 
     Unit root;
-    std::string err;
-    if (!readDocument(file, root, err)) {
+    std::string text, err;
+    if (!readDocument(file, root, text, err)) {
         error(err);
         return EXIT_BAD_INPUT;
     }

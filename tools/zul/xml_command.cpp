@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tool.h"
@@ -38,7 +39,8 @@ const char* const FORMAT_HELP =
     "Options:\n"
     "  -c, --compact     no line breaks or indentation\n"
     "  -i, --in-place    replace each FILE with its reformatted text; a file is replaced\n"
-    "                    all at once and left alone when it cannot be read\n"
+    "                    all at once, and left alone when it cannot be read or when the\n"
+    "                    new text would not read back as the same tree\n"
     "  -h, --help        show this help\n"
     "\n"
     "Declarations, comments and anything after the root element are not kept.\n"
@@ -48,9 +50,9 @@ const char* const CHECK_HELP =
     "Usage: zul xml check [FILE...]\n"
     "\n"
     "Reads each FILE (standard input for '-' or when there is none) as XML. Prints nothing\n"
-    "for a good file and 'zul: FILE:LINE: reason' on standard error for a bad one. The reader is "
-    "forgiving: it\n"
-    "reports syntax it cannot read and a file without any element, not unmatched tags.\n"
+    "for a good file and 'zul: FILE:LINE: reason' on standard error for a bad one: syntax the\n"
+    "reader cannot read, a file without any element, or one that ends while elements are\n"
+    "still open. The reader is forgiving: end tags are not matched by name.\n"
     "\n"
     "Exit status: 0 when every file can be read, 1 otherwise, 2 usage error.\n";
 
@@ -71,26 +73,82 @@ std::string displayName(const std::string& arg) {
     return arg == STDIN_ARG ? std::string(STDIN_NAME) : arg;
 }
 
-// Reads the file named `arg` and returns its root element, or null with `err` set.
-std::unique_ptr<XMLNode> readDocument(const std::string& arg, std::string& err) {
-    const std::string name = displayName(arg);
-    std::string text, reason;
-    if (!readAll(arg, text, reason)) {
-        err = name + ": " + reason;
-        return nullptr;
+// Keeps the start offsets of the elements open while a parser reads: the parser closes
+// whatever element is current at an end tag, so only the count of ends matters.
+class OpenElements : public xml::XMLParserCallback {
+  public:
+    void onNodeStart(xml::XMLParser& parser, XMLNode*) override {
+        open_.push_back(parser.offset());
     }
+    void onNodeEnd(xml::XMLParser&, XMLNode* node) override {
+        if (node != nullptr && !open_.empty()) open_.pop_back();
+    }
+    void onText(xml::XMLParser&, XMLNode*) override {}
+    void onAttribute(xml::XMLParser&, const xml::XMLAttr&) override {}
+    /// Where the first element still open began, or npos when every one is closed.
+    size_t firstOpen() const { return open_.empty() ? std::string::npos : open_.front(); }
+
+  private:
+    std::vector<size_t> open_;
+};
+
+size_t lineAt(const std::string& text, size_t offset) {
+    const size_t at = std::min(offset, text.size());
+    return 1 + static_cast<size_t>(std::count(text.begin(), text.begin() + at, '\n'));
+}
+
+// Reads `text` (of the file shown as `name`) and returns its root element, or null with
+// `err` set. With `unclosed`, it also tells where the first element left open began (npos
+// when none is): the parser takes a text cut short as if its elements were closed there.
+std::unique_ptr<XMLNode> readText(const std::string& name, const std::string& text,
+                                  std::string& err, size_t* unclosed = nullptr) {
     xml::XMLParser parser;
+    OpenElements open;
+    if (unclosed != nullptr) parser.setCallback(&open);
     try {
         parser.parse(istr(text));
     } catch (const xml::XMLRuntimeException& e) {
-        const size_t at = std::min(parser.offset(), text.size());
-        const auto line = 1 + std::count(text.begin(), text.begin() + at, '\n');
-        err = name + ":" + std::to_string(line) + ": " + e.msg();
+        err = name + ":" + std::to_string(lineAt(text, parser.offset())) + ": " + e.msg();
         return nullptr;
     }
     std::unique_ptr<XMLNode> root(parser.release());
     if (!root) err = name + ": no element";
+    if (unclosed != nullptr) *unclosed = open.firstOpen();
     return root;
+}
+
+// Reads the file named `arg` into `text` and returns its root element, or null with `err`.
+std::unique_ptr<XMLNode> readDocument(const std::string& arg, std::string& text, std::string& err,
+                                      size_t* unclosed = nullptr) {
+    std::string reason;
+    if (!readAll(arg, text, reason)) {
+        err = displayName(arg) + ": " + reason;
+        return nullptr;
+    }
+    return readText(displayName(arg), text, err, unclosed);
+}
+
+// Whether two trees hold the same names, text, attributes (in order) and children.
+// Iterative: the parser limits no depth.
+bool sameTree(const XMLNode& a, const XMLNode& b) {
+    std::vector<std::pair<const XMLNode*, const XMLNode*>> todo{{&a, &b}};
+    while (!todo.empty()) {
+        const auto [x, y] = todo.back();
+        todo.pop_back();
+        if (x->name() != y->name() || x->cdata() != y->cdata() ||
+            x->numofAttrs() != y->numofAttrs() || x->numofChildren() != y->numofChildren()) {
+            return false;
+        }
+        for (size_t i = 0; i < x->numofAttrs(); ++i) {
+            if (x->attr(i).name() != y->attr(i).name() ||
+                x->attr(i).value() != y->attr(i).value()) {
+                return false;
+            }
+        }
+        for (size_t i = 0; i < x->numofChildren(); ++i)
+            todo.emplace_back(&x->child(i), &y->child(i));
+    }
+    return true;
 }
 
 String render(const XMLNode& n, bool compact) {
@@ -128,14 +186,26 @@ int formatCommand(const std::vector<std::string>& args) {
     }
     int status = EXIT_OK;
     for (const std::string& f : files) {
-        std::string err;
-        std::unique_ptr<XMLNode> root = readDocument(f, err);
+        std::string source, err;
+        std::unique_ptr<XMLNode> root = readDocument(f, source, err);
         if (!root) {
             error(err);
             status = EXIT_BAD_INPUT;
             continue;
         }
         const String text = render(*root, compact);
+        if (inPlace) {
+            // Rewriting a file must not change what it says.
+            std::string ignored;
+            std::unique_ptr<XMLNode> back = readText(f, text, ignored);
+            if (!back || !sameTree(*root, *back)) {
+                error(f +
+                      ": left unchanged: the tree would not read back the same from the new "
+                      "text");
+                status = EXIT_BAD_INPUT;
+                continue;
+            }
+        }
         if (!(inPlace ? replaceFile(f, text, err) : writeOut(text, err))) {
             error(inPlace ? f + ": " + err : err);
             status = EXIT_BAD_INPUT;
@@ -152,9 +222,14 @@ int checkCommand(const std::vector<std::string>& args) {
     if (files.empty()) files.push_back(STDIN_ARG);  // no FILE: standard input
     int status = EXIT_OK;
     for (const std::string& f : files) {
-        std::string err;
-        if (!readDocument(f, err)) {
+        std::string text, err;
+        size_t unclosed = std::string::npos;
+        if (!readDocument(f, text, err, &unclosed)) {
             error(err);
+            status = EXIT_BAD_INPUT;
+        } else if (unclosed != std::string::npos) {
+            error(displayName(f) + ":" + std::to_string(lineAt(text, unclosed)) +
+                  ": the text ends inside the element opened here");
             status = EXIT_BAD_INPUT;
         }
     }
@@ -167,8 +242,8 @@ int getCommand(const std::vector<std::string>& args) {
     if (int done = operandsOnly(args, GET_HELP, cmd, operands); done != GO_ON) return done;
     if (operands.size() != 2) return usage("expected FILE and PATH", cmd);
     const std::string &file = operands[0], &path = operands[1];
-    std::string err;
-    std::unique_ptr<XMLNode> root = readDocument(file, err);
+    std::string text, err;
+    std::unique_ptr<XMLNode> root = readDocument(file, text, err);
     if (!root) {
         error(err);
         return EXIT_BAD_INPUT;
