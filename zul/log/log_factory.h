@@ -27,7 +27,8 @@ class ZUL_API LoggerFactoryImpl : public mt::map<std::string, loggerImpl> {
 /// Where every module gets its logger.
 class ZUL_API logger_factory {
   public:
-    /// LoggerFactoryImpl::instance()->get(id). Identifiers are compared as exact bytes.
+    /// LoggerFactoryImpl::instance()->get(id). Identifiers are compared as exact bytes; the
+    /// logger belongs to the factory and lives as long as the process.
     static logger& instance(std::string const& id);
 };
 

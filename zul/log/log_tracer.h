@@ -20,14 +20,19 @@ namespace zul {
 template <class T, class Container = std::deque<T> >
 class stack : public std::stack<T, Container> {
   public:
+    /// The underlying container type.
     using container_type = Container;
 
+    /// An empty stack.
     stack() = default;
+    /// A stack holding a copy of `c`, whose back is the top.
     explicit stack(Container const& c) : std::stack<T, Container>(c) {}
 
+    ///@{
     /// The elements, bottom (first pushed) at the front, top at the back.
     Container& container() { return this->c; }
     Container const& container() const { return this->c; }
+    ///@}
 };
 
 /// A source location: file, line and function of a calling site, plus a printing prefix.
@@ -36,11 +41,16 @@ class ZUL_API Current {
   public:
     /// No file, no function, line 0.
     Current() : file_(nullptr), line_(0), func_(nullptr) {}
+    /// The location `file`:`line` in `func`, empty prefix. The texts are borrowed, not
+    /// copied, and must outlive the object; either may be null.
     Current(char const* file, unsigned int line, char const* func)
         : file_(file), line_(line), func_(func) {}
 
+    /// The file text, or null.
     char const* file() const { return file_; }
+    /// The line number (0 when not given).
     unsigned int line() const { return line_; }
+    /// The function text, or null.
     char const* func() const { return func_; }
     /// The text written before the location when printed (empty by default).
     istr prefix() const { return istr(prefix_); }
@@ -80,19 +90,24 @@ ZUL_API String& String::operator+=(const Current& v);
 /// container and innermost at the back, and the separator written between frames.
 class ZUL_API CallStack {
   public:
+    /// The frames: the outermost at the front of the container, the innermost on top.
     using Frames = zul::stack<Current, std::deque<Current> >;
 
     /// No frames; separator "\n".
     CallStack() : separator_("\n") {}
 
+    ///@{
+    /// The frames.
     Frames& container() { return frames_; }
     Frames const& container() const { return frames_; }
+    ///@}
 
     /// Sets the separator (null is empty); allowed on a const object; returns this stack.
     CallStack const& separator(char const* s) const {
         separator_.assign(s ? s : "");
         return *this;
     }
+    /// The separator; the view lasts until the separator is next set.
     istr separator() const { return istr(separator_); }
 
   private:
@@ -117,7 +132,8 @@ ZUL_API CallStackMap* g__tssCallStack();
 
 /// The per-thread call stacks. Each thread reads and writes only its own stack; the map's
 /// mutex is held only to find or create it. A thread's stack stays in the map after the
-/// thread ends unless it calls destroy_current_stack().
+/// thread ends unless it calls destroy_current_stack(), as the body of a SimpleThread does
+/// when it ends.
 class ZUL_API tracer {
   public:
     /// The tracer, created on first use (with the stack map).
@@ -126,23 +142,32 @@ class ZUL_API tracer {
     /// still trace.
     static void destroy();
 
+    /// Creates the stack map when missing; the process-wide tracer comes from instance().
     tracer();
+    /// Destroys the stack map and every thread's stack in it.
     ~tracer();
     tracer(tracer const&) = delete;
     tracer& operator=(tracer const&) = delete;
 
+    ///@{
     /// The calling thread's stack, created empty when missing. Only the calling thread may
     /// use it.
     CallStack& callStack();
     CallStack const& callStack() const;
+    ///@}
     /// Appends a frame to the calling thread's stack.
     void push(char const* file, unsigned int line, char const* func);
     /// Removes the innermost frame of the calling thread; the stack must not be empty.
     void pop();
+    ///@{
+    /// The calling thread's frames (created empty when missing); only that thread may use
+    /// them.
     CallStack::Frames& container() { return callStack().container(); }
     CallStack::Frames const& container() const { return callStack().container(); }
+    ///@}
     /// Sets the calling thread's separator; returns the tracer.
     tracer const& separator(char const* s) const;
+    /// The calling thread's separator.
     istr separator() const { return callStack().separator(); }
     /// Removes the calling thread's stack from the map.
     void destroy_current_stack();
@@ -175,7 +200,8 @@ class ZUL_API TraceEntry {
     using LogType = unsigned int;
 
     /// Writes the entry record (depth: the frames before this one), then pushes the frame.
-    /// A null `info` is empty.
+    /// A null `info` is empty. `lg` must outlive the entry; `file` and `func` are borrowed
+    /// as Current borrows them.
     TraceEntry(logger& lg, char const* file, unsigned int line, char const* func, LogType type,
                char const* info);
     /// Writes the exit record and pops the innermost frame; nothing when the stack is empty.
@@ -188,8 +214,11 @@ class ZUL_API TraceEntry {
     /// Appends 4 * `depth` copies of `c` to `s`.
     static void indentString(std::string& s, unsigned long depth, char c);
 
+    /// The record bits.
     LogType logType() const { return type_; }
+    /// Adds the bits of `t`; they count for the records not yet written.
     void addType(LogType t) { type_ |= t; }
+    /// The text shown between the parentheses of the records (empty when none).
     std::string const& info() const { return info_; }
 
   private:

@@ -20,6 +20,7 @@ namespace detail {
 template <class T>
 class SmartPtrBase {
   public:
+    /// The pointee type.
     using element_type = T;
 
     /// The pointer; a null one throws zul::NullHandleException (or aborts, see
@@ -36,11 +37,14 @@ class SmartPtrBase {
 
     /// The pointer, null allowed.
     T* get() const { return ptr_; }
+    /// True when the pointer is not null.
     explicit operator bool() const { return ptr_ != nullptr; }
 
   protected:
+    /// Holds `p` (null allowed) without counting it; the subclass decides what it owns.
     explicit SmartPtrBase(T* p = nullptr) : ptr_(p) {}
 
+    /// The held pointer, null allowed; subclasses keep it and its count in step.
     T* ptr_;
 };
 
@@ -52,18 +56,22 @@ class Handle : public SmartPtrBase<T> {
     using SmartPtrBase<T>::ptr_;
 
   public:
+    /// Holds `p` (null allowed), adding a count on it when non-null.
     Handle(T* p = nullptr) : SmartPtrBase<T>(p) {
         if (ptr_) ptr_->__AddRef();
     }
+    /// Holds `r`'s pointee too, adding a count on it when non-null.
     Handle(Handle const& r) : SmartPtrBase<T>(r.ptr_) {
         if (ptr_) ptr_->__AddRef();
     }
     /// Takes over the count of `r`, which becomes null.
     Handle(Handle&& r) noexcept : SmartPtrBase<T>(r.ptr_) { r.ptr_ = nullptr; }
+    /// Holds `r`'s pointee (a `Y*` that converts to `T*`), adding a count when non-null.
     template <class Y>
     Handle(Handle<Y> const& r) : SmartPtrBase<T>(r.get()) {
         if (ptr_) ptr_->__AddRef();
     }
+    /// Drops the count when non-null, deleting the pointee when it was the last.
     ~Handle() {
         if (ptr_) ptr_->__SubRef();
     }
@@ -80,11 +88,17 @@ class Handle : public SmartPtrBase<T> {
         }
         return *this;
     }
+    ///@{
+    /// Holds `r`'s pointee instead, as operator=(T*) does. From a Handle<Y> the pointer is
+    /// converted with static_cast, so a downcast is not checked.
     Handle& operator=(Handle const& r) { return *this = r.ptr_; }
     template <class Y>
     Handle& operator=(Handle<Y> const& r) {
         return *this = static_cast<T*>(r.get());
     }
+    ///@}
+    /// Takes over `r`'s count (`r` becomes null), then drops the count of the old pointee.
+    /// Self-assignment changes nothing.
     Handle& operator=(Handle&& r) noexcept {
         if (this != &r) {
             T* old = ptr_;
@@ -95,7 +109,8 @@ class Handle : public SmartPtrBase<T> {
         return *this;
     }
 
-    /// A handle on `r`'s pointee when it is a `T`, otherwise null.
+    ///@{
+    /// A handle on `r`'s pointee (or on `p`) when it is a `T`, otherwise null.
     template <class Y>
     static Handle dynamicCast(SmartPtrBase<Y> const& r) {
         return Handle(dynamic_cast<T*>(r.get()));
@@ -104,8 +119,11 @@ class Handle : public SmartPtrBase<T> {
     static Handle dynamicCast(Y* p) {
         return Handle(dynamic_cast<T*>(p));
     }
+    ///@}
 };
 
+///@{
+/// Compare the held pointers: equal when both hold the same object or both are null.
 template <class T, class U>
 bool operator==(SmartPtrBase<T> const& a, SmartPtrBase<U> const& b) {
     return a.get() == b.get();
@@ -114,6 +132,7 @@ template <class T, class U>
 bool operator!=(SmartPtrBase<T> const& a, SmartPtrBase<U> const& b) {
     return a.get() != b.get();
 }
+///@}
 /// Orders handles by their pointers, so they can key ordered containers.
 template <class T, class U>
 bool operator<(SmartPtrBase<T> const& a, SmartPtrBase<U> const& b) {

@@ -16,8 +16,10 @@ namespace mt {
 template <class K, class V>
 class map {
   public:
+    /// The underlying ordered map.
     using container_type = std::map<K, V>;
 
+    /// An empty map.
     map() = default;
     map(map const&) = delete;
     map& operator=(map const&) = delete;
@@ -51,6 +53,7 @@ class map {
         return map_.find(k) != map_.end();
     }
 
+    /// The number of elements (a snapshot).
     std::size_t size() const {
         Guard_T<Mutex> lock(mutex_);
         return map_.size();

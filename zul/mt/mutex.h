@@ -14,13 +14,16 @@ namespace zul {
 /// operations are const so that const members of a class may take the class's own lock.
 class ZUL_API Mutex : noncopyable {
   public:
+    /// Creates the platform mutex, unlocked.
     Mutex();
     /// Destroys the platform mutex; it must not be held.
     ~Mutex();
 
+    /// Waits until the lock is free and takes it.
     void lock() const { ACE_OS::mutex_lock(&mtx_.lock()); }
     /// Takes the lock when it is free; false (without waiting) when another holder has it.
     bool tryLock() const { return ACE_OS::mutex_trylock(&mtx_.lock()) == 0; }
+    /// Releases the lock, which the calling thread must hold.
     void unlock() const { ACE_OS::mutex_unlock(&mtx_.lock()); }
 
     /// The platform mutex, for binding a condition to it.
@@ -35,7 +38,9 @@ class ZUL_API Mutex : noncopyable {
 template <class M>
 class Guard_T : noncopyable {
   public:
+    /// Takes the lock of `m`, waiting for it; `m` must outlive the guard.
     explicit Guard_T(M const& m) : m_(m), acquired_(false) { acquire(); }
+    /// Releases the lock when the guard still holds it.
     ~Guard_T() {
         if (acquired_) m_.unlock();
     }
@@ -54,6 +59,7 @@ class Guard_T : noncopyable {
             m_.unlock();
         }
     }
+    /// True while the guard holds the lock.
     bool acquired() const { return acquired_; }
 
   private:

@@ -15,11 +15,16 @@ namespace zul {
 /// by its owner in the ordinary way. A copy starts with its own count of 0.
 class ZUL_API Shared {
   public:
+    /// Count 0, deletion on.
     Shared() : refcount_(0), noDelete_(false) {}
+    /// Count 0 and deletion on, whatever the source's count and switch.
     Shared(Shared const&) : refcount_(0), noDelete_(false) {}
+    /// Keeps this object's own count and deletion switch.
     Shared& operator=(Shared const&) { return *this; }
+    /// Virtual, so that __SubRef deletes the most-derived object.
     virtual ~Shared();
 
+    /// Adds one count (atomically).
     void __AddRef() { refcount_.fetch_add(1); }
 
     /// Drops one count. At 0, unless deletion is off, marks the object so that a reference

@@ -65,8 +65,10 @@ class ConditionVariable : noncopyable {
 template <class M>
 class Monitor : noncopyable {
   public:
+    /// An unlocked mutex with its condition; nothing pending.
     Monitor() : mutex_(), cond_(mutex_), nnotify_(0) {}
 
+    /// Waits for the lock, takes it and starts with no pending notification.
     void lock() const {
         mutex_.lock();
         nnotify_ = 0;

@@ -28,14 +28,20 @@ class ZUL_API ThreadControl {
   public:
     /// The calling thread.
     ThreadControl();
+    /// The thread `id` (not checked).
     explicit ThreadControl(ThreadId id);
+    /// Copies `o`'s id, read under `o`'s mutex.
     ThreadControl(ThreadControl const& o);
+    /// Copies `o`'s id (`o`'s mutex, then this one's, never both); self-assignment does
+    /// nothing.
     ThreadControl& operator=(ThreadControl const& o);
 
+    /// The thread's id.
     ThreadId id() const;
 
     /// pthread_equal on the two ids.
     bool operator==(ThreadControl const& o) const;
+    /// The negation of operator==.
     bool operator!=(ThreadControl const& o) const { return !(*this == o); }
     /// Numeric order of the ids.
     bool operator<(ThreadControl const& o) const;
@@ -48,9 +54,11 @@ class ZUL_API ThreadControl {
     /// applying them again both succeed. The parameters themselves are never changed.
     bool isAlive() const;
 
-    /// Sleeps for `t`; an interrupted sleep is not resumed.
+    /// Sleeps for `t`; an interrupted sleep is not resumed; 0 or less returns at once.
     static void sleep(Time const& t);
+    /// Gives up the processor to another ready thread (sched_yield).
     static void yield();
+    /// The calling thread, as the default constructor gives it.
     static ThreadControl current();
 
   private:
@@ -63,7 +71,9 @@ class ZUL_API ThreadControl {
 /// its own handle while the thread runs.
 class ZUL_API Thread : public Shared {
   public:
+    /// Unstarted, count 0.
     Thread();
+    /// Neither joins nor detaches the platform thread.
     ~Thread() override;
 
     /// Starts the platform thread running run_i(); `stackSize` 0 takes the platform default.
@@ -78,10 +88,12 @@ class ZUL_API Thread : public Shared {
     /// True once start() succeeded (read without the lock).
     bool started() const { return started_.load(std::memory_order_acquire); }
 
+    ///@{
     /// Compare the platform ids; ThreadNotStartedException when either side never started.
     bool operator==(Thread const& other) const;
     bool operator!=(Thread const& other) const;
     bool operator<(Thread const& other) const;
+    ///@}
 
     /// The thread body, run on the new thread.
     virtual void run_i() = 0;
@@ -100,6 +112,7 @@ class ZUL_API ThreadOwner {
     /// Writes "thread owner <name> finalized" when the name is not empty.
     virtual ~ThreadOwner();
 
+    /// The name given at construction.
     String const& ownername() const { return ownername_; }
 
     /// Called on the exiting thread itself.
@@ -123,15 +136,16 @@ class ZUL_API ThreadInfo {
     /// The object "zul::ThreadInfo"; the thread's own dump, or null.
     void dump(dumper& d) const;
 
-    SimpleThread* thread_;  // the registered SimpleThread, or null for any other thread
-    String sThreadId_;      // "{pid.tid}" for a SimpleThread, "<pid.tid>" otherwise
-    Time currDateTime_;
-    String sCurrDateTime_;
+    SimpleThread* thread_;  ///< the registered SimpleThread, or null for any other thread
+    String sThreadId_;      ///< "{pid.tid}" for a SimpleThread, "<pid.tid>" otherwise
+    Time currDateTime_;     ///< the time of the last refresh (0 before the first)
+    String sCurrDateTime_;  ///< currDateTime_ as date-time text (empty before the first)
 };
 
 /// The process-wide registry of the threads that use the library, keyed by thread id.
 class ZUL_API ThreadFactory {
   public:
+    /// An empty registry; the process-wide one comes from instance().
     ThreadFactory();
     ThreadFactory(ThreadFactory const&) = delete;
     ThreadFactory& operator=(ThreadFactory const&) = delete;
@@ -169,6 +183,7 @@ class ZUL_API ThreadFactory {
 
 /// A tag that streams the registry into a dumper: `d << zul::THREAD_FACTORY()`.
 struct THREAD_FACTORY {};
+/// Writes the dump of ThreadFactory::instance() (creating it when missing); returns `d`.
 ZUL_API dumper& operator<<(dumper& d, THREAD_FACTORY const&);
 
 // ---- Lifecycle thread ---------------------------------------------------------------------
@@ -190,25 +205,36 @@ class ZUL_API SimpleThread : public Thread {
     virtual void dump(dumper& d) const;
 
     // Identity.
+    /// The name given at construction (empty for null).
     String const& name() const { return name_; }
     /// The name, followed by the registry identity once the body runs.
     String fullname() const;
+    /// Sets the owner told of a natural end; null for none. Not owned.
     void owner(ThreadOwner* o);
+    /// The owner, or null.
     ThreadOwner* owner() const;
     /// Forgets the owner (the platform thread is left alone).
     void detach();
+    /// True until the loop is told to end (read without a lock).
     bool living() const { return living_.load(std::memory_order_relaxed); }
     /// Clears the living flag (the argument is ignored) without waking anybody.
     void living(bool);
+    /// True once stop() or stop(t) has begun; the owner is then not told of the end.
     bool activeStopping() const { return activeStopping_.load(std::memory_order_relaxed); }
 
     // Registry record of this thread (to be used from the thread itself).
+    /// The registry record of this thread's id (created when missing), its date-time
+    /// refreshed; ThreadNotStartedException before start(). Only this thread may use it.
     ThreadInfo& info() const;
+    /// The identity string of info().
     String const& threadIdString() const;
+    /// The time of info(), just refreshed.
     Time const& currDateTime() const;
+    /// The date-time text of info(), just refreshed.
     String const& currDateTimeString() const;
     /// The registry record of the calling thread, its date-time refreshed.
     static ThreadInfo& current();
+    /// The same as ThreadFactory::destroy().
     static void destroyThreadFactory();
 
     // Starting.
@@ -251,16 +277,28 @@ class ZUL_API SimpleThread : public Thread {
     virtual bool onWait();
     /// Calls onLoop(); when that is false, ends the loop.
     virtual void onWork();
+    /// Asked by the default onWork() once a round; false ends the loop. True by default.
     virtual bool onLoop();
+    /// Called once after the loop has ended; not after a failed birth, nor when an exception
+    /// of onBirth(), onWait() or run() ended the body. Does nothing by default.
     virtual void onDeath();
     /// Called on the stopping thread once the loop has been told to end.
     virtual void onStop();
 
-    // The guarded phases around the hooks.
+    // The guarded phases around the hooks, called by run() and the stop functions.
+    /// Calls onBirth() when still living and keeps its outcome in the living flag, then
+    /// releases startAndWait(). False (with a record) when the loop is not to run; the
+    /// exceptions of onBirth() pass through.
     bool onBirth_i();
+    /// Calls onWait(); false, with a record, when that returned false.
     bool onWait_i();
+    /// Calls onWork(); an exception from it is recorded and followed by a pause of one
+    /// second, and does not leave.
     void onWork_i();
+    /// Calls onDeath(); its exceptions pass through.
     void onDeath_i();
+    /// Marks the stop as active (the owner will not be told) and calls livingEnd(); the
+    /// first step of stop() and stop(t).
     void onStop_i();
     /// Tells the owner (unless the stop was active or there is none) that the body ends.
     void on_thread_exit();
