@@ -41,19 +41,20 @@ class ZUL_API dumper {
   public:
     /// Layout settings; the default-constructed value is the standard configuration.
     struct ZUL_API Config {
-        bool compact_;
-        String lineSeparator_;
-        String indentSeparator_;
-        unsigned int level_;
-        String eolSeparator_;
-        String beginTag_;
-        String endTag_;
-        String typeTag_;
-        String nvSeparator_;
-        String valueSeparator_;
+        bool compact_;            ///< true for the compact one-line form
+        String lineSeparator_;    ///< starts every field line, and every newline in quoted text
+        String indentSeparator_;  ///< written level_ times after lineSeparator_
+        unsigned int level_;      ///< the nesting level; enter() and leave() move it (indented)
+        String eolSeparator_;     ///< ends every field line and follows each tag (indented)
+        String beginTag_;         ///< opens an object
+        String endTag_;           ///< closes an object
+        String typeTag_;          ///< carried and dumped; no writer uses it
+        String nvSeparator_;      ///< between a field's name and value, unless writeName() gets one
+        String valueSeparator_;   ///< between the values of one object (compact)
 
         /// Indented, "\n", four blanks, level 0, "", "{", "}", ":", " = ", ", ".
         Config();
+        /// Every field from the argument of the same name.
         Config(bool compact, istr const& lineSeparator, istr const& indentSeparator,
                unsigned int level, istr const& eolSeparator, istr const& beginTag,
                istr const& endTag, istr const& typeTag, istr const& nvSeparator,
@@ -67,9 +68,11 @@ class ZUL_API dumper {
     /// exception still closes what it opened.
     class ZUL_API _Entry {
       public:
+        /// Opens an object with d.enter(name, prefix); `d` must outlive the guard.
         _Entry(dumper& d, char const* name, char const* prefix = "@") : d_(d) {
             d_.enter(name, prefix);
         }
+        /// Closes the object with leave().
         ~_Entry() { d_.leave(); }
         _Entry(_Entry const&) = delete;
         _Entry& operator=(_Entry const&) = delete;
@@ -90,19 +93,27 @@ class ZUL_API dumper {
                     istr const& eolSeparator = "", istr const& beginTag = "{",
                     istr const& endTag = "}", istr const& typeTag = ":",
                     istr const& nvSeparator = " = ", istr const& valueSeparator = ", ");
+    /// Writes into a text stream of its own (see str()) with the layout `cfg`.
     explicit dumper(Config const& cfg);
+    /// Writes into `os`, which must outlive the dumper, with the layout `cfg`.
     dumper(std::ostream& os, Config const& cfg);
+    /// Releases the stream the dumper owns; a caller's stream is left as it is.
     ~dumper();
     dumper(dumper const&) = delete;
     dumper& operator=(dumper const&) = delete;
 
-    /// The text written so far. Raises zul::UnsupportedFunctionException when the dumper
-    /// writes to a caller's stream.
+    /// A copy of the text written so far. Raises zul::UnsupportedFunctionException
+    /// "zul::UnsupportedFunctionException" (recorded first) when the dumper writes to a
+    /// caller's stream.
     String str() const;
+    /// The stream written to, the dumper's own or the caller's.
     std::ostream& internal_stream() { return *os_; }
+    /// The current layout, with the current nesting level.
     Config const& cfg() const { return cfg_; }
 
-    // Configuration; a setter takes effect from the next write on.
+    ///@{
+    /// Reads or sets the Config field of the same name; a setter takes effect from the next
+    /// write on and returns the dumper.
     bool compact() const { return cfg_.compact_; }
     dumper& compact(bool v) {
         cfg_.compact_ = v;
@@ -129,6 +140,7 @@ class ZUL_API dumper {
     dumper& nvSeparator(istr const& v) { return set_i(cfg_.nvSeparator_, v); }
     String const& valueSeparator() const { return cfg_.valueSeparator_; }
     dumper& valueSeparator(istr const& v) { return set_i(cfg_.valueSeparator_, v); }
+    ///@}
 
     // Structure.
     /// Opens an object: "prefix name {" indented (prefix and name only for a non-empty
@@ -146,14 +158,22 @@ class ZUL_API dumper {
     /// Writes `name` and `sep` (the name-value separator when null); nothing when compact
     /// or for an empty name.
     dumper& writeName(istr const& name, char const* sep = nullptr);
+    /// Same as writeName().
     dumper& name(istr const& n, char const* sep = nullptr) { return writeName(n, sep); }
     /// Writes `s` unchanged.
     dumper& raw(istr const& s);
 
     // The formatted writers: texts quoted (see __write), characters in single quotes.
+    /// "true" or "false".
     dumper& operator<<(bool v);
+    ///@{
+    /// The character in single quotes, as zul::Print writes it (control codes by name, other
+    /// unprintable codes in octal).
     dumper& operator<<(char v);
     dumper& operator<<(unsigned char v);
+    ///@}
+    ///@{
+    /// The stream's own form of the number or pointer.
     dumper& operator<<(short v);
     dumper& operator<<(unsigned short v);
     dumper& operator<<(int v);
@@ -165,20 +185,29 @@ class ZUL_API dumper {
     dumper& operator<<(float v);
     dumper& operator<<(double v);
     dumper& operator<<(void const* v);
+    ///@}
+    ///@{
+    /// The quoted form of the text or bytes (see __write); null or empty writes nothing.
     dumper& operator<<(istr const& v) { return __write(v); }
     dumper& operator<<(char const* v) { return __write(istr(v)); }
     dumper& operator<<(unsigned char const* v) { return __write(istr(v)); }
     dumper& operator<<(String const& v) { return __write(istr(v)); }
     dumper& operator<<(std::string const& v) { return __write(istr(v)); }
     dumper& operator<<(Bytes const& v);
-    /// Wide text in double quotes, in UTF-8; nothing at all when empty.
+    ///@}
+    ///@{
+    /// Wide text in double quotes, in UTF-8; nothing at all when null or empty.
     dumper& operator<<(iwstr const& v);
     dumper& operator<<(wchar_t const* v);
     dumper& operator<<(std::wstring const& v);
+    ///@}
     /// The date-time text (milliseconds), quoted.
     dumper& operator<<(Time const& v);
+    ///@{
+    /// Applies the adapter: a rawstring writes its text unchanged, a namestring a field name.
     dumper& operator<<(rawstring const& v) { return v(*this); }
     dumper& operator<<(namestring const& v) { return v(*this); }
+    ///@}
     /// Manipulators: zul::indent, zul::endline, zul::nl.
     dumper& operator<<(dumper& (*f)(dumper&)) { return f(*this); }
     /// Any object with a dump(zul::dumper&) const member.
@@ -189,9 +218,15 @@ class ZUL_API dumper {
     }
 
     // The plain writers: text unchanged, bool as the stream writes it, characters as such.
+    /// As the stream writes a bool: 1 or 0 unless the stream has std::boolalpha set.
     dumper& write(bool v);
+    ///@{
+    /// The character itself.
     dumper& write(char v);
     dumper& write(unsigned char v);
+    ///@}
+    ///@{
+    /// The stream's own form of the number or pointer.
     dumper& write(short v);
     dumper& write(unsigned short v);
     dumper& write(int v);
@@ -203,16 +238,22 @@ class ZUL_API dumper {
     dumper& write(float v);
     dumper& write(double v);
     dumper& write(void const* v);
+    ///@}
+    ///@{
+    /// The text or bytes unchanged; null writes nothing.
     dumper& write(istr const& v) { return raw(v); }
     dumper& write(char const* v) { return raw(istr(v)); }
     dumper& write(unsigned char const* v) { return raw(istr(v)); }
     dumper& write(String const& v) { return raw(istr(v)); }
     dumper& write(std::string const& v) { return raw(istr(v)); }
     dumper& write(Bytes const& v);
-    /// Wide text converted to UTF-8.
+    ///@}
+    ///@{
+    /// Wide text converted to UTF-8, unquoted.
     dumper& write(iwstr const& v);
     dumper& write(wchar_t const* v);
     dumper& write(std::wstring const& v);
+    ///@}
     /// The date-time text (milliseconds) unchanged.
     dumper& write(Time const& v);
     /// Any object with a dump(zul::dumper&) const member.
@@ -247,10 +288,12 @@ class ZUL_API dumper {
     Config cfg_;
 };
 
+///@{
 /// Forwarders to the members of the same name, for use as `d << zul::indent`.
 ZUL_API dumper& indent(dumper& d);
 ZUL_API dumper& endline(dumper& d);
 ZUL_API dumper& nl(dumper& d);
+///@}
 
 namespace detail {
 

@@ -39,42 +39,57 @@ class ZUL_API loggerImpl : public logger {
     /// The receiver of every record written, after it is cached.
     class RecordHook {
       public:
+        /// Called on the writing thread for each record, once it is cached, with no lock of
+        /// the logger held; `record` is valid only during the call.
         virtual void onRecord(istr const& record) = 0;
 
       protected:
+        /// The logger never deletes its hook.
         ~RecordHook() = default;
     };
 
     /// The flush thread: waits up to a second or until woken, then runs one flush pass.
     class ZUL_API FlushLogThread : public SimpleThread {
       public:
+        /// A thread named "logger", with no owner, for `lg`, which must outlive it; made and
+        /// started by start().
         explicit FlushLogThread(loggerImpl* lg);
 
       protected:
+        /// Waits until a pass is asked for, the thread is stopped or a second passes; returns true.
         bool onWait() override;
+        /// Runs one flush pass (onTimer()).
         void onWork() override;
+        /// Wakes the waiting thread, so that stop() need not wait out the second.
         void onStop() override;
 
       private:
         loggerImpl* logger_;
     };
 
+    /// Every setting at its default, the console echo from g__debugDefined, no file name, no
+    /// identifier, no flush thread.
     loggerImpl();
     /// Copies the settings, both caches, the hook, the identifier and inited_; never the
     /// flush thread.
     loggerImpl(loggerImpl const& other);
+    /// Takes the settings, both caches, the hook, the identifier and inited_ of `other`; the
+    /// records this logger had cached are dropped unwritten, and its flush thread stays.
     loggerImpl& operator=(loggerImpl const& other);
     /// Stops the flush thread, then writes what is cached.
     virtual ~loggerImpl();
 
     /// On the first call only: stores `id`, then reads the settings from the configuration
     /// file (a configuration that cannot be read leaves the defaults). Later calls do nothing.
+    /// Returns the logger.
     loggerImpl& init(std::string const& id);
     /// Stores the identifier.
     void id(std::string const& id);
-    /// Copies the settings into `other` / from `other` (as the copy constructor does).
+    ///@{
+    /// Copies into `other` / from `other` what operator= copies.
     void get(loggerImpl& other) const;
     void set(loggerImpl const& other);
+    ///@}
     /// Installs the record hook (null removes it); the hook must outlive the logger's use.
     void recordHook(RecordHook* hook);
 
@@ -130,6 +145,8 @@ class ZUL_API loggerImpl : public logger {
     std::string id() const override;
     void codec(pml::stream& s) override;
     void dump(std::ostream& os) const override;
+    /// Type "zul::loggerImpl", then every field from infoOn_ to inited_ but the hook and the
+    /// flush thread, from a copy taken under the locks.
     void dump(dumper& d) const override;
 
     /// Caches a record in the debug cache (same limits); every flush pass drops it unwritten.
@@ -139,10 +156,12 @@ class ZUL_API loggerImpl : public logger {
     /// Whether a flush thread exists.
     bool flushing() const { return flusherRunning_.load(std::memory_order_acquire); }
 
-    /// One flush pass: console flush when echoing, then the cache appended to the file.
+    /// One flush pass: console flush when echoing, then the cache appended to the file and the
+    /// debug cache dropped. Without a file name the records stay cached. The argument is unused.
     void onTimer(void* = nullptr);
     /// Appends `records` to `file` (opened once, in append mode), rotating before a record
-    /// that would take it past kMaxLogFileSize. A file that cannot be opened loses the batch.
+    /// that would take it past kMaxLogFileSize. A file that cannot be opened loses the batch;
+    /// a failed rename is reported on the console and the same file grows on.
     static void flushCache(std::list<String>& records, String const& file);
 
   private:
