@@ -17,6 +17,7 @@ class ZUL_API ListValue : public ValueBase {
   public:
     using Units = std::vector<Unit*>;  ///< The children in list order, each owned by the list.
     ///@{
+
     /// Iterators over the children in list order.
     using iterator = Units::iterator;
     using const_iterator = Units::const_iterator;
@@ -41,6 +42,7 @@ class ZUL_API ListValue : public ValueBase {
     /// The number of children.
     size_t size() const { return units_.size(); }
     ///@{
+
     /// The first child, and the end of the children (the list keeps owning them).
     iterator begin() { return units_.begin(); }
     iterator end() { return units_.end(); }

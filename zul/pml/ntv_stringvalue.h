@@ -18,6 +18,7 @@ class ZUL_API StringValue : public ValueBase {
     explicit StringValue(Unit* owner);
     /// A copy of `text` (empty for a null view), held by `owner` (not owned).
     StringValue(istr text, Unit* owner);
+    /// Releases the text.
     ~StringValue() override;
 
     /// A new value with a null owner, allocated through the allocation helpers; the caller
@@ -25,6 +26,7 @@ class ZUL_API StringValue : public ValueBase {
     static StringValue* create(istr text);
 
     ///@{
+
     /// Replaces the text with a copy of `text`; a null view empties it.
     StringValue& operator=(istr text) {
         data_ = text;

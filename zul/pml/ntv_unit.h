@@ -67,6 +67,7 @@ class ZUL_API ValueBase : public zul::noncopyable {
     virtual void dump(zul::dumper& d) const = 0;
 
     ///@{
+
     /// Values (of every kind: the virtual destructor passes the real size) live in the
     /// per-thread chunks of zul/base/pool.h; new throws std::bad_alloc when memory runs out,
     /// and the placement forms use and release nothing of their own.
@@ -79,6 +80,7 @@ class ZUL_API ValueBase : public zul::noncopyable {
     ///@}
 
     ///@{
+
     /// The node that holds this value (not owned).
     Unit*& owner() { return owner_; }
     Unit* const& owner() const { return owner_; }
@@ -101,6 +103,7 @@ class ZUL_API Unit {
                                  zul::detail::PoolAllocator<std::pair<const String, Unit*>>>;
 
     ///@{
+
     /// Nodes live in the per-thread chunks of zul/base/pool.h; new throws std::bad_alloc when
     /// memory runs out, and the placement forms use and release nothing of their own.
     static void* operator new(std::size_t size) { return zul::detail::poolAllocate(size); }
@@ -129,6 +132,7 @@ class ZUL_API Unit {
 
     // ---- names, types and values ----
     ///@{
+
     /// The name, empty for an unnamed node; a change through the reference does not re-key
     /// the node in its parent's index.
     String& name() { return name_; }
@@ -161,6 +165,7 @@ class ZUL_API Unit {
     void initValueAsList();
 
     ///@{
+
     /// Stores the value as that kind, or null when it is of the other kind or missing;
     /// returns whether it was stored.
     bool getValue(ListValue*& out) const;
@@ -190,6 +195,7 @@ class ZUL_API Unit {
     /// leaves the tree unchanged; the caller keeps `child`.
     bool addChild(Unit* child);
     ///@{
+
     /// Appends a new child named `name` (unnamed when empty), holding the text `value` with
     /// the type `type` where given; true. A duplicate name throws std::invalid_argument
     /// "duplicated unit": the new child is destroyed and the tree is unchanged.
@@ -217,6 +223,7 @@ class ZUL_API Unit {
     /// text is one key (a name or "[i]"); null when not found.
     Unit* at(istr path) const;
     ///@{
+
     /// at(path) const over the text from `begin` up to `end`.
     Unit* at(const char* begin, const char* end) const;
     Unit* at(const unsigned char* begin, const unsigned char* end) const;
@@ -224,6 +231,7 @@ class ZUL_API Unit {
     /// at(path), or the empty node when that is null.
     Unit& operator[](istr path) const;
     ///@{
+
     /// The child under `key`, created (named `key`) and appended when missing. `key` is
     /// only a key here: on a non-const node "..", "." and "/" name children, not places; an
     /// empty key appends a new unnamed child at each call.
@@ -240,6 +248,7 @@ class ZUL_API Unit {
     /// The topmost ancestor (this node when it has no parent).
     Unit* root() const;
     ///@{
+
     /// Set the fields only; no other bookkeeping.
     void parent(Unit* p) { parent_ = p; }
     void index(size_t i) { index_ = i; }
@@ -270,16 +279,21 @@ class ZUL_API Unit {
     // ---- typed insertion: the value becomes the text form of the argument (a list is
     // discarded, see setValue) ----
     ///@{
+
     /// "1" or "0".
     void operator<<(bool v);
     void operator<<(Bit v);
     ///@}
+
     ///@{
+
     /// The character itself.
     void operator<<(char v);
     void operator<<(unsigned char v);
     ///@}
+
     ///@{
+
     /// Decimal.
     void operator<<(short v);
     void operator<<(unsigned short v);
@@ -298,6 +312,7 @@ class ZUL_API Unit {
     /// Decimal, as an unsigned 16-bit number.
     void operator<<(Byte v);
     ///@{
+
     /// General notation, 6 significant digits.
     void operator<<(float v);
     void operator<<(double v);
@@ -305,6 +320,7 @@ class ZUL_API Unit {
     /// A backslash, "u" and four upper-case hex digits of the low 16 bits.
     void operator<<(Wchar v);
     ///@{
+
     /// The text itself; a null pointer stores an empty text.
     void operator<<(istr v);
     void operator<<(const char* v);
@@ -312,7 +328,9 @@ class ZUL_API Unit {
     void operator<<(const std::string& v);
     void operator<<(const String& v);
     ///@}
+
     ///@{
+
     /// Base64 of the UTF-8 form; the type becomes "utf8". A null pointer stores an empty text.
     void operator<<(iwstr v);
     void operator<<(const wchar_t* v);
@@ -326,16 +344,21 @@ class ZUL_API Unit {
     // ---- typed extraction: false, with the target unchanged, unless this is a text node
     // whose text converts ----
     ///@{
+
     /// "true", "false", or a number read as bool ("1", "0").
     bool operator>>(bool& v) const;
     bool operator>>(Bit& v) const;
     ///@}
+
     ///@{
+
     /// The first non-blank character.
     bool operator>>(char& v) const;
     bool operator>>(unsigned char& v) const;
     ///@}
+
     ///@{
+
     /// The text read as a number by the library's text-to-value rule (zul::operator>>); false
     /// on an empty text or one that does not convert.
     bool operator>>(short& v) const;
@@ -357,6 +380,7 @@ class ZUL_API Unit {
     /// Read as an unsigned 16-bit number; the low 8 bits are stored.
     bool operator>>(Byte& v) const;
     ///@{
+
     /// Read as the plain type into a temporary, copied to `v` only on success.
     bool operator>>(volatile bool& v) const;
     bool operator>>(volatile char& v) const;

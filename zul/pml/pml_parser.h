@@ -58,6 +58,7 @@ struct Const<char> {
 template <>
 struct Const<wchar_t> {
     ///@{
+
     /// The same character as the member of the same name in Const<char>.
     static constexpr wchar_t LEFT_TAG_CHAR = L'(';
     static constexpr const wchar_t* LEFT_TAG = L"(";
