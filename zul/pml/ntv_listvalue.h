@@ -15,9 +15,13 @@ namespace ntv {
 /// The list value of a node; it owns its children.
 class ZUL_API ListValue : public ValueBase {
   public:
-    using Units = std::vector<Unit*>;
+    using Units = std::vector<Unit*>;  ///< The children in list order, each owned by the list.
+    ///@{
+
+    /// Iterators over the children in list order.
     using iterator = Units::iterator;
     using const_iterator = Units::const_iterator;
+    ///@}
 
     /// An empty list.
     explicit ListValue(Unit* owner);
@@ -28,16 +32,24 @@ class ZUL_API ListValue : public ValueBase {
     /// Destroys every child.
     ~ListValue() override;
 
-    /// Appends without any checks, taking ownership.
+    /// Appends without any checks, taking ownership; the holding node's children index and
+    /// the parent and index of `u` are left as they are.
     void push_back(Unit* const& u) { units_.push_back(u); }
     /// Makes room for `n` children in all, so that appending up to that many allocates once.
     void reserve(size_t n) { units_.reserve(n); }
+    /// True when the list holds no child.
     bool empty() const { return units_.empty(); }
+    /// The number of children.
     size_t size() const { return units_.size(); }
+    ///@{
+
+    /// The first child, and the end of the children (the list keeps owning them).
     iterator begin() { return units_.begin(); }
     iterator end() { return units_.end(); }
     const_iterator begin() const { return units_.begin(); }
     const_iterator end() const { return units_.end(); }
+    ///@}
+    /// The children in list order (the list keeps owning them).
     const Units& data() const { return units_; }
 
     /// The i-th child, or null (with an error record) when i is not below size().

@@ -52,7 +52,9 @@ ZUL_API Unit& null_unit();
 /// Abstract value of a node: a text (StringValue) or a list of children (ListValue).
 class ZUL_API ValueBase : public zul::noncopyable {
   public:
+    /// A value held by `owner` (not owned; null until a node installs it).
     explicit ValueBase(Unit* owner) : owner_(owner) {}
+    /// Releases the text, or with a list every child.
     virtual ~ValueBase();
 
     /// True for a text value, false for a list.
@@ -64,21 +66,28 @@ class ZUL_API ValueBase : public zul::noncopyable {
     /// Writes the value through a dumper.
     virtual void dump(zul::dumper& d) const = 0;
 
+    ///@{
+
     /// Values (of every kind: the virtual destructor passes the real size) live in the
-    /// per-thread chunks of zul/base/pool.h.
+    /// per-thread chunks of zul/base/pool.h; new throws std::bad_alloc when memory runs out,
+    /// and the placement forms use and release nothing of their own.
     static void* operator new(std::size_t size) { return zul::detail::poolAllocate(size); }
     static void* operator new(std::size_t, void* where) noexcept { return where; }
     static void operator delete(void* p, std::size_t size) noexcept {
         zul::detail::poolRelease(p, size);
     }
     static void operator delete(void*, void*) noexcept {}
+    ///@}
+
+    ///@{
 
     /// The node that holds this value (not owned).
     Unit*& owner() { return owner_; }
     Unit* const& owner() const { return owner_; }
+    ///@}
 
   protected:
-    Unit* owner_;
+    Unit* owner_;  ///< The holding node (not owned); set by the node that installs the value.
 };
 
 /// A named, typed node holding no value, one text value or an ordered list of children.
@@ -93,13 +102,17 @@ class ZUL_API Unit {
     using ChildrenMap = std::map<String, Unit*, zul::detail::NtvKeyLess,
                                  zul::detail::PoolAllocator<std::pair<const String, Unit*>>>;
 
-    /// Nodes live in the per-thread chunks of zul/base/pool.h.
+    ///@{
+
+    /// Nodes live in the per-thread chunks of zul/base/pool.h; new throws std::bad_alloc when
+    /// memory runs out, and the placement forms use and release nothing of their own.
     static void* operator new(std::size_t size) { return zul::detail::poolAllocate(size); }
     static void* operator new(std::size_t, void* where) noexcept { return where; }
     static void operator delete(void* p, std::size_t size) noexcept {
         zul::detail::poolRelease(p, size);
     }
     static void operator delete(void*, void*) noexcept {}
+    ///@}
 
     /// Empty name, type and value; a null parent makes a root.
     explicit Unit(Unit* parent = nullptr);
@@ -118,11 +131,18 @@ class ZUL_API Unit {
     ~Unit();
 
     // ---- names, types and values ----
+    ///@{
+
+    /// The name, empty for an unnamed node; a change through the reference does not re-key
+    /// the node in its parent's index.
     String& name() { return name_; }
     const String& name() const { return name_; }
+    ///@}
     /// Sets the name; the parent's index keeps the old key.
     Unit& name(istr n);
+    /// The type label, empty when untyped.
     const String& type() const { return type_; }
+    /// Sets the type label (a null view empties it); returns this node.
     Unit& type(istr t);
 
     /// The value, or null when there is none.
@@ -144,11 +164,16 @@ class ZUL_API Unit {
     /// Destroys the value and installs a new empty list.
     void initValueAsList();
 
+    ///@{
+
     /// Stores the value as that kind, or null when it is of the other kind or missing;
     /// returns whether it was stored.
     bool getValue(ListValue*& out) const;
     bool getValue(StringValue*& out) const;
+    ///@}
+    /// The text value (still owned by the node), or null for no value or a list.
     StringValue* stringValue() const;
+    /// The list value (still owned by the node), or null for no value or a text.
     ListValue* listValue() const;
     /// A view of the text, or an empty view when this is not a text node.
     istr getStringValue() const;
@@ -169,9 +194,15 @@ class ZUL_API Unit {
     /// becomes the unnamed first child. A duplicate name throws std::invalid_argument and
     /// leaves the tree unchanged; the caller keeps `child`.
     bool addChild(Unit* child);
+    ///@{
+
+    /// Appends a new child named `name` (unnamed when empty), holding the text `value` with
+    /// the type `type` where given; true. A duplicate name throws std::invalid_argument
+    /// "duplicated unit": the new child is destroyed and the tree is unchanged.
     bool addChild(istr name);
     bool addChild(istr name, istr value);
     bool addChild(istr name, istr type, istr value);
+    ///@}
     /// Appends a deep copy of `u`.
     bool addChild(const Unit& u);
     /// Unnamed child: appended (addChild's result). Named: the child of that name (created
@@ -192,24 +223,37 @@ class ZUL_API Unit {
     /// "" and "." give this node, "/" the root, ".." the parent (null for a root); any other
     /// text is one key (a name or "[i]"); null when not found.
     Unit* at(istr path) const;
+    ///@{
+
+    /// at(path) const over the text from `begin` up to `end`.
     Unit* at(const char* begin, const char* end) const;
     Unit* at(const unsigned char* begin, const unsigned char* end) const;
+    ///@}
     /// at(path), or the empty node when that is null.
     Unit& operator[](istr path) const;
+    ///@{
+
     /// The child under `key`, created (named `key`) and appended when missing. `key` is
-    /// only a key here: on a non-const node "..", "." and "/" name children, not places.
+    /// only a key here: on a non-const node "..", "." and "/" name children, not places; an
+    /// empty key appends a new unnamed child at each call.
     Unit* at(istr key);
     Unit& operator[](istr key) { return *at(key); }
+    ///@}
     /// False when at(path) finds nothing; otherwise `out` = its text (empty for a list).
     bool getChild(istr path, String& out) const;
 
+    /// The node whose list holds this one (not owned), or null for a root.
     Unit* parent() const { return parent_; }
+    /// The position in the parent's list, from 0; 0 for a root.
     size_t index() const { return index_; }
     /// The topmost ancestor (this node when it has no parent).
     Unit* root() const;
+    ///@{
+
     /// Set the fields only; no other bookkeeping.
     void parent(Unit* p) { parent_ = p; }
     void index(size_t i) { index_ = i; }
+    ///@}
     /// "/" for a root, otherwise "/" + name (or "[index]") for each node below the root.
     String path() const;
 
@@ -235,12 +279,22 @@ class ZUL_API Unit {
 
     // ---- typed insertion: the value becomes the text form of the argument (a list is
     // discarded, see setValue) ----
+    ///@{
+
     /// "1" or "0".
     void operator<<(bool v);
     void operator<<(Bit v);
+    ///@}
+
+    ///@{
+
     /// The character itself.
     void operator<<(char v);
     void operator<<(unsigned char v);
+    ///@}
+
+    ///@{
+
     /// Decimal.
     void operator<<(short v);
     void operator<<(unsigned short v);
@@ -255,23 +309,34 @@ class ZUL_API Unit {
     void operator<<(Long v);
     void operator<<(Ulong v);
     void operator<<(Longlong v);
+    ///@}
     /// Decimal, as an unsigned 16-bit number.
     void operator<<(Byte v);
+    ///@{
+
     /// General notation, 6 significant digits.
     void operator<<(float v);
     void operator<<(double v);
+    ///@}
     /// A backslash, "u" and four upper-case hex digits of the low 16 bits.
     void operator<<(Wchar v);
-    /// The text itself.
+    ///@{
+
+    /// The text itself; a null pointer stores an empty text.
     void operator<<(istr v);
     void operator<<(const char* v);
     void operator<<(const unsigned char* v);
     void operator<<(const std::string& v);
     void operator<<(const String& v);
-    /// Base64 of the UTF-8 form; the type becomes "utf8".
+    ///@}
+
+    ///@{
+
+    /// Base64 of the UTF-8 form; the type becomes "utf8". A null pointer stores an empty text.
     void operator<<(iwstr v);
     void operator<<(const wchar_t* v);
     void operator<<(const std::wstring& v);
+    ///@}
     /// Base64 of the bytes; the type becomes "base64".
     void operator<<(const Bytes& v);
     /// The full date-time text (local time, microseconds).
@@ -279,12 +344,24 @@ class ZUL_API Unit {
 
     // ---- typed extraction: false, with the target unchanged, unless this is a text node
     // whose text converts ----
+    ///@{
+
     /// "true", "false", or a number read as bool ("1", "0").
     bool operator>>(bool& v) const;
     bool operator>>(Bit& v) const;
+    ///@}
+
+    ///@{
+
     /// The first non-blank character.
     bool operator>>(char& v) const;
     bool operator>>(unsigned char& v) const;
+    ///@}
+
+    ///@{
+
+    /// The text read as a number by the library's text-to-value rule (zul::operator>>); false
+    /// on an empty text or one that does not convert.
     bool operator>>(short& v) const;
     bool operator>>(unsigned short& v) const;
     bool operator>>(int& v) const;
@@ -300,8 +377,12 @@ class ZUL_API Unit {
     bool operator>>(Long& v) const;
     bool operator>>(Ulong& v) const;
     bool operator>>(Longlong& v) const;
+    ///@}
     /// Read as an unsigned 16-bit number; the low 8 bits are stored.
     bool operator>>(Byte& v) const;
+    ///@{
+
+    /// Read as the plain type into a temporary, copied to `v` only on success.
     bool operator>>(volatile bool& v) const;
     bool operator>>(volatile char& v) const;
     bool operator>>(volatile unsigned char& v) const;
@@ -315,6 +396,7 @@ class ZUL_API Unit {
     bool operator>>(volatile unsigned long long& v) const;
     bool operator>>(volatile float& v) const;
     bool operator>>(volatile double& v) const;
+    ///@}
     /// Reset to 0 first; exactly a backslash, "u" and four hex digits.
     bool operator>>(Wchar& v) const;
     /// The whole text.

@@ -17,17 +17,18 @@ namespace ntv {
 class Unit;
 }
 
-// ---- format: reads the first node of the source (as ntvFromPml) and writes it to the
-// destination in the given layout (as ntvToPml). False, with nothing written, when reading
-// gives false; a decode error passes out before anything is written.
+///@{
 
+/// Reads the first node of the source (as ntvFromPml) and writes it to the destination in the
+/// given layout (as ntvToPml), returning the writer's result. False, with nothing written,
+/// when reading gives false; a decode error (zul::pml::DecodeException) passes out before
+/// anything is written. The pointer sources advance past what was read.
 ZUL_API bool format(std::istream& src, std::ostream& dest, ShowMode mode, ShowPattern pattern);
 ZUL_API bool format(std::istream& src, String& dest, ShowMode mode, ShowPattern pattern);
 ZUL_API bool format(std::istream& src, const File& dest, ShowMode mode, ShowPattern pattern);
 ZUL_API bool format(std::wistream& src, std::ostream& dest, ShowMode mode, ShowPattern pattern);
 ZUL_API bool format(std::wistream& src, String& dest, ShowMode mode, ShowPattern pattern);
 ZUL_API bool format(std::wistream& src, const File& dest, ShowMode mode, ShowPattern pattern);
-/// The pointer sources advance past what was read.
 ZUL_API bool format(const char*& src, std::ostream& dest, ShowMode mode, ShowPattern pattern);
 ZUL_API bool format(const char*& src, String& dest, ShowMode mode, ShowPattern pattern);
 ZUL_API bool format(const char*& src, const File& dest, ShowMode mode, ShowPattern pattern);
@@ -43,10 +44,12 @@ ZUL_API bool format(iwstr src, const File& dest, ShowMode mode, ShowPattern patt
 ZUL_API bool format(const File& src, std::ostream& dest, ShowMode mode, ShowPattern pattern);
 ZUL_API bool format(const File& src, String& dest, ShowMode mode, ShowPattern pattern);
 ZUL_API bool format(const File& src, const File& dest, ShowMode mode, ShowPattern pattern);
+///@}
 
 /// A value tree paired with a text store. The trees passed in belong to the caller.
 class ZUL_API pmlType {
   public:
+    /// Releases the store; the trees it filled stay with their owners.
     virtual ~pmlType();
     /// Writes `unit` into the store in the given layout.
     virtual bool fromNTV(const ntv::Unit& unit, ShowMode mode, ShowPattern pattern) = 0;
@@ -57,12 +60,19 @@ class ZUL_API pmlType {
 /// A string as the store.
 class ZUL_API pmlString : public pmlType {
   public:
+    /// An empty store.
     pmlString() = default;
+    /// A store holding a copy of `text` (empty for a null view).
     explicit pmlString(istr text) : data_(text) {}
+    /// Releases the stored text.
     ~pmlString() override;
 
+    ///@{
+
+    /// The stored text.
     String& data() { return data_; }
     const String& data() const { return data_; }
+    ///@}
 
     /// Appends the PML text of `unit` (earlier content stays in front); true.
     bool fromNTV(const ntv::Unit& unit, ShowMode mode, ShowPattern pattern) override;
@@ -76,9 +86,12 @@ class ZUL_API pmlString : public pmlType {
 /// A file as the store; with `valueString` the file holds only a node's content.
 class ZUL_API pmlFile : public pmlType {
   public:
+    /// The file named `filename`; nothing is opened until a call needs it.
     pmlFile(istr filename, bool valueString) : file_(filename), valueString_(valueString) {}
+    /// Leaves the file as it is.
     ~pmlFile() override;
 
+    /// The file name.
     const File& file() const { return file_; }
 
     /// Writes `unit` to the file (created or emptied); false when it cannot be opened.

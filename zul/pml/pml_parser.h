@@ -1,5 +1,5 @@
 // The PML reader: syntax constants, the lexer over stream and pointer sources, and the
-// recursive parser that turns PML text into zul::ntv::Unit nodes (char and wchar_t).
+// recursive parser that turns PML text into zul::pml::ntv::Unit nodes (char and wchar_t).
 #pragma once
 
 #include <zul/base/exception.h>
@@ -26,35 +26,40 @@ namespace pml {
 template <class CharT>
 struct Const;
 
+/// The syntax characters of 8-bit PML text.
 template <>
 struct Const<char> {
-    static constexpr char LEFT_TAG_CHAR = '(';
-    static constexpr const char* LEFT_TAG = "(";
-    static constexpr char RIGHT_TAG_CHAR = ')';
-    static constexpr const char* RIGHT_TAG = ")";
-    static constexpr char TYPE_IDENTITY_CHAR = ':';
-    static constexpr const char* TYPE_IDENTITY_STR = ":";
-    static constexpr char COMMENT_CHAR = '*';
-    static constexpr const char* LEFT_COMMENT_STR = "(*";
-    static constexpr const char* RIGHT_COMMENT_STR = "*)";
-    static constexpr char ESCAPE_CHAR = '^';
-    static constexpr const char* ESCAPE_STR = "^";
-    static constexpr char STR_TAG1_CHAR = '\'';
-    static constexpr const char* STR_TAG1_STR = "'";
-    static constexpr char STR_TAG2_CHAR = '"';
-    static constexpr const char* STR_TAG2_STR = "\"";
-    static constexpr char STR_TAG_CHAR = '"';
-    static constexpr const char* STR_TAG_STR = "\"";
-    static constexpr const char* PML_PATH_ROOT = "/";
-    static constexpr const char* PML_PATH_SEPARATOR = "/";
-    static constexpr const char* PML_PATH_ME = ".";
-    static constexpr const char* PML_PATH_PARENT = "..";
-    static constexpr const char* PML_PATH_INDEX_LEFT = "[";
-    static constexpr const char* PML_PATH_INDEX_RIGHT = "]";
+    static constexpr char LEFT_TAG_CHAR = '(';                ///< opens a node's content
+    static constexpr const char* LEFT_TAG = "(";              ///< "(" as text
+    static constexpr char RIGHT_TAG_CHAR = ')';               ///< closes a node's content
+    static constexpr const char* RIGHT_TAG = ")";             ///< ")" as text
+    static constexpr char TYPE_IDENTITY_CHAR = ':';           ///< separates a name from a type
+    static constexpr const char* TYPE_IDENTITY_STR = ":";     ///< ":" as text
+    static constexpr char COMMENT_CHAR = '*';                 ///< second of "(*", first of "*)"
+    static constexpr const char* LEFT_COMMENT_STR = "(*";     ///< opens a comment
+    static constexpr const char* RIGHT_COMMENT_STR = "*)";    ///< closes a comment
+    static constexpr char ESCAPE_CHAR = '^';                  ///< makes the next character literal
+    static constexpr const char* ESCAPE_STR = "^";            ///< "^" as text
+    static constexpr char STR_TAG1_CHAR = '\'';               ///< a quote the reader accepts
+    static constexpr const char* STR_TAG1_STR = "'";          ///< the single quote as text
+    static constexpr char STR_TAG2_CHAR = '"';                ///< the other quote it accepts
+    static constexpr const char* STR_TAG2_STR = "\"";         ///< the double quote as text
+    static constexpr char STR_TAG_CHAR = '"';                 ///< the quote the writers use
+    static constexpr const char* STR_TAG_STR = "\"";          ///< that quote as text
+    static constexpr const char* PML_PATH_ROOT = "/";         ///< the path of the root
+    static constexpr const char* PML_PATH_SEPARATOR = "/";    ///< separates the steps of a path
+    static constexpr const char* PML_PATH_ME = ".";           ///< the path of the node itself
+    static constexpr const char* PML_PATH_PARENT = "..";      ///< the path of the parent
+    static constexpr const char* PML_PATH_INDEX_LEFT = "[";   ///< opens an index key, "[i]"
+    static constexpr const char* PML_PATH_INDEX_RIGHT = "]";  ///< closes that key
 };
 
+/// The syntax characters of wide PML text.
 template <>
 struct Const<wchar_t> {
+    ///@{
+
+    /// The same character as the member of the same name in Const<char>.
     static constexpr wchar_t LEFT_TAG_CHAR = L'(';
     static constexpr const wchar_t* LEFT_TAG = L"(";
     static constexpr wchar_t RIGHT_TAG_CHAR = L')';
@@ -78,6 +83,7 @@ struct Const<wchar_t> {
     static constexpr const wchar_t* PML_PATH_PARENT = L"..";
     static constexpr const wchar_t* PML_PATH_INDEX_LEFT = L"[";
     static constexpr const wchar_t* PML_PATH_INDEX_RIGHT = L"]";
+    ///@}
 };
 
 /// What ended a token. A parser that has read no token yet holds kNoTokenFlag.
@@ -86,6 +92,7 @@ enum TokenFlag : int {
     TOKEN_LEFT_TAG = 1,       ///< "(" not followed by "*"
     TOKEN_RIGHT_TAG = 2,      ///< ")"
 };
+/// The flag of a parser that has read no token yet (-1).
 constexpr TokenFlag kNoTokenFlag = static_cast<TokenFlag>(-1);
 
 /// What the parser expects next.
@@ -237,10 +244,12 @@ struct PmlView<wchar_t> {
 template <class CharT>
 class pmlLexerIstream {
   public:
-    using char_type = CharT;
-    using string_type = std::basic_string<CharT>;
-    using stream_type = std::basic_istream<CharT>;
+    using char_type = CharT;                        ///< The character type read.
+    using string_type = std::basic_string<CharT>;   ///< The token string.
+    using stream_type = std::basic_istream<CharT>;  ///< The stream read from.
 
+    /// Reads from `is`, which is not owned and must outlive the source; a stream that is not
+    /// good reads nothing.
     explicit pmlLexerIstream(stream_type& is) : is_(is), buf_(nullptr) {
         typename stream_type::sentry ok(is, true);  // a stream that is not good reads nothing
         if (ok) buf_ = is.rdbuf();
@@ -346,16 +355,20 @@ class pmlLexerIstream {
 template <class CharT>
 class pmlLexerLpctstr {
   public:
-    using char_type = CharT;
-    using string_type = std::basic_string<CharT>;
+    using char_type = CharT;                       ///< The character type read.
+    using string_type = std::basic_string<CharT>;  ///< The token string.
 
+    /// Reads from the caller's pointer `p` (not null; NUL-terminated text), advancing it in
+    /// place; `p` must outlive the source.
     explicit pmlLexerLpctstr(const CharT*& p) : p_(p) {}
 
+    /// Reads one character; false at the NUL, which stays unread.
     bool get(CharT& c) {
         if (*p_ == CharT()) return false;
         c = *p_++;
         return true;
     }
+    /// Looks at the next character without consuming it; false at the NUL.
     bool peek(CharT& c) {
         if (*p_ == CharT()) return false;
         c = *p_;
@@ -363,11 +376,14 @@ class pmlLexerLpctstr {
     }
     /// Gives back the character just read: the pointer moves back by one.
     void putback(CharT) { --p_; }
+    /// Whether the pointer stands at the NUL.
     bool ended() const { return *p_ == CharT(); }
 
     // The scanning loops work on a local copy of the pointer: the caller's pointer is
     // reached through a reference that any character store could alias.
 
+    /// Reads up to the first non-blank character, stored in `c`; false when the NUL comes
+    /// first.
     bool __skip_blank(CharT& c) {
         p_ = blanksEnd(p_);
         return get(c);
@@ -397,6 +413,8 @@ class pmlLexerLpctstr {
         return false;
     }
 
+    /// Appends characters to `token` up to the first one that ends plain text, which is
+    /// consumed and stored in `c`; false when the NUL comes first.
     bool appendPlain(string_type& token, CharT& c) {
         const CharT* s = p_;
         while (!detail::pmlIsStop(*s)) ++s;
@@ -405,6 +423,7 @@ class pmlLexerLpctstr {
         return get(c);
     }
 
+    /// The same inside a quoted literal: stops at `close` or "^".
     bool appendQuoted(string_type& token, CharT close, CharT& c) {
         const CharT* s = p_;
         for (;; ++s) {
@@ -416,6 +435,8 @@ class pmlLexerLpctstr {
         return get(c);
     }
 
+    /// Inside a comment: reads up to the next "*" or "(", which is consumed and stored in
+    /// `c`; false when the NUL comes first.
     bool findCommentMark(CharT& c) {
         const CharT* s = p_;
         while (*s != Const<CharT>::COMMENT_CHAR && *s != Const<CharT>::LEFT_TAG_CHAR &&
@@ -447,13 +468,17 @@ class pmlLexerLpctstr {
 template <class Source>
 class pmlLexer {
   public:
-    using char_type = typename Source::char_type;
-    using string_type = std::basic_string<char_type>;
+    using char_type = typename Source::char_type;      ///< The source's character type.
+    using string_type = std::basic_string<char_type>;  ///< The token string.
 
+    /// Reads from `source`, which is not owned and must outlive the lexer.
     explicit pmlLexer(Source& source) : src_(source) {}
 
+    /// The source read from.
     Source& source() { return src_; }
+    /// Whether the input has ended (rather than failed).
     bool ended() const { return src_.ended(); }
+    /// Gives the character just read back to the source.
     void putback(char_type c) { src_.putback(c); }
 
     /// Reads the next token into `token` (cleared first) and sets `flag` to what ended it.
@@ -570,21 +595,26 @@ class pmlLexer {
 template <class CharT>
 class pmlParserBase {
   public:
-    using char_type = CharT;
-    using string_type = std::basic_string<CharT>;
-    using view_type = typename detail::PmlView<CharT>::type;
+    using char_type = CharT;                                  ///< The character type read.
+    using string_type = std::basic_string<CharT>;             ///< The token string.
+    using view_type = typename detail::PmlView<CharT>::type;  ///< istr or iwstr.
 
+    /// A parser that fills `target` (not owned; cleared by the caller) starting in `state`,
+    /// with no token read yet.
     pmlParserBase(ntv::Unit* target, ParserState state)
         : current_(target), state_(state), token_(), flag_(kNoTokenFlag), depth_(0) {}
 
     /// Parses one node into current_, starting in state_. Sets `closed` when, expecting a
     /// name, it met the end of the enclosing list (or of the input) instead of a node.
-    /// Returns false when an allocation failed; raises DecodeException on a syntax error.
+    /// Returns false when an allocation failed; throws zul::pml::DecodeException
+    /// "DecodeException: <cause>" on a syntax error ("get type token", "not found value begin
+    /// tag, token", "nesting too deep", ...), logged first.
     /// The nodes complete before an error stay in the tree; the one being read is dropped.
     template <class Source>
     bool __doParser(bool& closed, pmlLexer<Source>& lexer);
 
-    /// Parses a copy of `text` (a NUL inside it ends the text).
+    /// Parses a copy of `text` (a NUL inside it ends the text; a null view is empty text), as
+    /// __doParser does.
     bool doParser(view_type text) {
         const string_type copy(text.data == nullptr ? string_type()
                                                     : string_type(text.data, text.size));
@@ -595,7 +625,8 @@ class pmlParserBase {
         return __doParser(closed, lexer);
     }
 
-    /// Parses the named file (8-bit parser only); false when it cannot be opened.
+    /// Parses the named file (8-bit parser only) as __doParser does; false when it cannot be
+    /// opened.
     bool doParser(const File& file) {
         static_assert(std::is_same<CharT, char>::value, "files are read as 8-bit text");
         std::ifstream is;
@@ -607,9 +638,9 @@ class pmlParserBase {
     }
 
     ntv::Unit* current_;  ///< the node being filled (not owned)
-    ParserState state_;
-    string_type token_;  ///< the last token read
-    TokenFlag flag_;     ///< what ended it
+    ParserState state_;   ///< what the parser expects next
+    string_type token_;   ///< the last token read
+    TokenFlag flag_;      ///< what ended it
 
   private:
     /// Creates a free node whose parent pointer is `parent`.

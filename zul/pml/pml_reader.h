@@ -20,13 +20,17 @@ class Unit;
 /// use opens and closes its own stream.
 class ZUL_API File {
   public:
+    /// An empty name.
     File() = default;
+    /// Names the file `name` (empty for a null view); nothing is opened.
     explicit File(istr name) : filename_(name) {}
+    /// Names the file `name` instead (empty for a null view); returns this.
     File& operator=(istr name) {
         filename_ = String(name);
         return *this;
     }
 
+    /// The file name.
     const String& filename() const { return filename_; }
 
     /// Opens the file for reading (text mode); true when the stream is usable afterwards.
@@ -38,28 +42,28 @@ class ZUL_API File {
     String filename_;
 };
 
-// ---- ntvFromPml: the source holds a whole node (name, optional type, content). Each clears
-// `unit` first and returns true when a node (or nothing, for empty input) was read; a syntax
-// error raises zul::pml::DecodeException and leaves in `unit` what was read before it. Only
-// the first node is read: the rest of the input is left unread.
+///@{
 
-/// Reads from the stream, which stays positioned after the first node.
+/// Reads a whole node (name, optional type, content) into `unit`, cleared first; true when a
+/// node (or nothing, for empty input) was read. A syntax error raises zul::pml::DecodeException
+/// and leaves in `unit` what was read before it. Only the first node is read: a stream stays
+/// positioned after it, a pointer `p` is advanced past it (null: empty text), a view is read
+/// from a copy that a NUL inside it ends, and a file gives false when it cannot be opened.
+/// Wide names, types and values are stored as 8-bit text (UTF-8).
 ZUL_API bool ntvFromPml(ntv::Unit& unit, std::istream& is);
-/// Reads from a NUL-terminated text and advances `p` past what was read (null: empty text).
 ZUL_API bool ntvFromPml(ntv::Unit& unit, const char*& p);
-/// Reads from a copy of `text`; a NUL inside it ends the text.
 ZUL_API bool ntvFromPml(ntv::Unit& unit, istr text);
-/// Reads wide text; names, types and values are stored as 8-bit text (UTF-8).
 ZUL_API bool ntvFromPml(ntv::Unit& unit, std::wistream& is);
 ZUL_API bool ntvFromPml(ntv::Unit& unit, const wchar_t*& p);
 ZUL_API bool ntvFromPml(ntv::Unit& unit, iwstr text);
-/// Reads the named file; false when it cannot be opened.
 ZUL_API bool ntvFromPml(ntv::Unit& unit, const File& file);
+///@}
 
-// ---- ntvFromValueString: the source holds only the content of a node, the text between its
-// parentheses. The node keeps an empty name and type; a plain text gives a text value (an
-// empty source an empty text), "a(1)b(2)" gives two children. Otherwise as ntvFromPml.
+///@{
 
+/// Reads only the content of a node, the text between its parentheses, into `unit`, cleared
+/// first. The node keeps an empty name and type; a plain text gives a text value (an empty
+/// source an empty text), "a(1)b(2)" gives two children. Otherwise as ntvFromPml.
 ZUL_API bool ntvFromValueString(ntv::Unit& unit, std::istream& is);
 ZUL_API bool ntvFromValueString(ntv::Unit& unit, const char*& p);
 ZUL_API bool ntvFromValueString(ntv::Unit& unit, istr text);
@@ -67,6 +71,7 @@ ZUL_API bool ntvFromValueString(ntv::Unit& unit, std::wistream& is);
 ZUL_API bool ntvFromValueString(ntv::Unit& unit, const wchar_t*& p);
 ZUL_API bool ntvFromValueString(ntv::Unit& unit, iwstr text);
 ZUL_API bool ntvFromValueString(ntv::Unit& unit, const File& file);
+///@}
 
 }  // namespace pml
 }  // namespace zul

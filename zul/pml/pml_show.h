@@ -26,12 +26,15 @@ enum ShowPattern : int {
     PATH = 8,   ///< a comment with the node's path (FORMATTED only)
 };
 
+/// The parts of both patterns.
 constexpr ShowPattern operator|(ShowPattern a, ShowPattern b) {
     return static_cast<ShowPattern>(static_cast<int>(a) | static_cast<int>(b));
 }
+/// The parts common to both patterns.
 constexpr ShowPattern operator&(ShowPattern a, ShowPattern b) {
     return static_cast<ShowPattern>(static_cast<int>(a) & static_cast<int>(b));
 }
+/// Adds the parts of `b` to `a`; returns `a`.
 inline ShowPattern& operator|=(ShowPattern& a, ShowPattern b) {
     return a = a | b;
 }

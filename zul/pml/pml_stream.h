@@ -23,23 +23,33 @@ namespace zul {
 template <class Map>
 class pair_update_iterator {
   public:
+    ///@{
+
+    /// The traits of an output iterator: nothing is read through it.
     using iterator_category = std::output_iterator_tag;
     using value_type = void;
     using difference_type = std::ptrdiff_t;
     using pointer = void;
     using reference = void;
+    ///@}
 
+    /// Writes into `m`, which is not owned and must outlive the iterator.
     explicit pair_update_iterator(Map& m) : map_(&m) {}
 
+    /// Removes any entry with the key `kv.first`, then inserts `kv`; returns this iterator.
     template <class K, class V>
     pair_update_iterator& operator=(std::pair<K, V> const& kv) {
         map_->erase(kv.first);
         map_->insert(typename Map::value_type(kv.first, kv.second));
         return *this;
     }
+    ///@{
+
+    /// This iterator itself: writing through it needs no dereference or step.
     pair_update_iterator& operator*() { return *this; }
     pair_update_iterator& operator++() { return *this; }
     pair_update_iterator& operator++(int) { return *this; }
+    ///@}
 
   private:
     Map* map_;
@@ -53,7 +63,9 @@ struct from_file {};
 /// An object that carries a name; stream::operator[] accepts it in place of the name.
 class name_id {
   public:
+    /// The object's name as NUL-terminated text; null counts as empty text.
     virtual const char* name() const = 0;
+    /// Destroys the object through the interface.
     virtual ~name_id() = default;
 };
 
@@ -63,12 +75,18 @@ class name_id {
 /// synchronised: one thread at a time.
 class stream {
   public:
-    enum Direction : int { OUTPUT = 0, INPUT = 1 };
+    /// What codec does with the members; direction() returns it.
+    enum Direction : int {
+        OUTPUT = 0,  ///< writes the members into the node
+        INPUT = 1    ///< reads the members back from the node
+    };
 
     /// An empty node; an output stream.
     stream() = default;
     /// A copy of `u` (name, type, deep copy of the value); an input stream.
     explicit stream(const ntv::Unit& u) : direction_(INPUT) { unit_ = u; }
+    ///@{
+
     /// Read from PML text (a whole node, or with `valueString` only a node's content); an
     /// input stream. A syntax error raises zul::pml::DecodeException.
     explicit stream(const istr& text, bool valueString = false) : direction_(INPUT) {
@@ -77,10 +95,13 @@ class stream {
     explicit stream(const iwstr& text, bool valueString = false) : direction_(INPUT) {
         from(text, valueString);
     }
+    ///@}
     /// Read from the named file (a missing file leaves the node empty); an input stream.
     stream(const istr& filename, from_file tag, bool valueString = false) : direction_(INPUT) {
         from(filename, tag, valueString);
     }
+
+    ///@{
 
     /// Replaces the node by the text's node (or, with `valueString`, by a node holding the
     /// text's content); the parser's result. The direction is not changed.
@@ -90,6 +111,7 @@ class stream {
     bool from(const iwstr& text, bool valueString = false) {
         return valueString ? ntvFromValueString(unit_, text) : ntvFromPml(unit_, text);
     }
+    ///@}
     /// The same from the named file; a file that cannot be opened leaves the node empty.
     void from(const istr& filename, from_file, bool valueString = false) {
         const File file(filename);
@@ -107,8 +129,11 @@ class stream {
         direction_ = OUTPUT;
         option_ = option;
     }
+    /// Whether codec reads the members (INPUT).
     bool isInputStream() const { return direction_ == INPUT; }
+    /// Whether codec writes the members (OUTPUT).
     bool isOutputStream() const { return direction_ == OUTPUT; }
+    /// The direction, INPUT or OUTPUT.
     int direction() const { return direction_; }
     /// The value stored by the last setAsOutputStream (false at first).
     bool outputOption() const { return option_; }
@@ -117,8 +142,12 @@ class stream {
         return direction_ == OUTPUT ? "output" : direction_ == INPUT ? "input" : "undefined";
     }
 
+    ///@{
+
+    /// The stream's node (the root of its tree), owned by the stream.
     ntv::Unit& unit() { return unit_; }
     const ntv::Unit& unit() const { return unit_; }
+    ///@}
 
     /// True when the path finds nothing, a node without value or a node with an empty text;
     /// false for a list, even an empty one.
@@ -131,7 +160,9 @@ class stream {
     ntv::Unit& operator[](const istr& name) const { return unit_[name]; }
     /// The child of that name, created and appended when missing.
     ntv::Unit& operator[](const istr& name) { return unit_[name]; }
+    /// As operator[](const istr&) const, with the name of `id`.
     ntv::Unit& operator[](const name_id& id) const { return unit_[istr(id.name())]; }
+    /// As operator[](const istr&), with the name of `id`.
     ntv::Unit& operator[](const name_id& id) { return unit_[istr(id.name())]; }
 
     /// The node as PML, FORMATTED or COMPACT, pattern NAME|TYPE|VALUE.
@@ -210,6 +241,8 @@ inline void input_(const Unit& source, std::map<String, Bit>& m) {
 template <class T>
 class Field__ {
   public:
+    /// Binds `target` (not owned) under the child name `name`, writing the type label `type`
+    /// unless it is empty.
     Field__(istr name, istr type, T* target)
         : fieldName_(name), fieldType_(type), target_(target) {}
 
@@ -245,8 +278,11 @@ class Field__ {
         return true;
     }
 
+    /// The child's name.
     istr fieldName() const { return fieldName_; }
+    /// The type label written, empty for none.
     istr fieldType() const { return fieldType_; }
+    /// The bound member (not owned).
     T* target() const { return target_; }
 
   private:

@@ -33,12 +33,19 @@ ZUL_API void __escapeString(std::basic_string<CharT>& s);
 template <class CharT>
 ZUL_API void __unescapeString(std::basic_string<CharT>& s);
 
+///@{
+
 /// In-place escaping of a text value (see __escapeString).
 ZUL_API void escapeString(zul::String& s);
 ZUL_API void escapeString(std::wstring& s);
+///@}
+
+///@{
+
 /// In-place removal of one pair of enclosing quotes (see __unescapeString).
 ZUL_API void unescapeString(zul::String& s);
 ZUL_API void unescapeString(std::wstring& s);
+///@}
 
 // The pieces of the writers, instantiated for CharT = char with Dest = std::ostream and
 // zul::String (appended to).
@@ -109,28 +116,48 @@ ZUL_API bool __NtvToPml(const ntv::Unit& unit, const File& file, ShowMode mode,
 
 // ---- entry points: write `unit` to a stream, append it to a String, or write a file ----
 
-/// The layout chosen by `mode` (COMPACT, SIMPLE, MIXED or FORMATTED); false for any other
-/// mode, which writes nothing (a File destination is still emptied).
+///@{
+
+/// The layout chosen by `mode` (COMPACT, SIMPLE, MIXED or FORMATTED); true, or false for any
+/// other mode, which writes nothing (a File destination is still emptied). A String is
+/// appended to; a File is created or emptied first, and false when it cannot be opened.
 ZUL_API bool ntvToPml(const ntv::Unit& unit, std::ostream& dest, ShowMode mode,
                       ShowPattern pattern);
 ZUL_API bool ntvToPml(const ntv::Unit& unit, zul::String& dest, ShowMode mode, ShowPattern pattern);
 ZUL_API bool ntvToPml(const ntv::Unit& unit, const File& dest, ShowMode mode, ShowPattern pattern);
+///@}
 
+///@{
+
+/// ntvToPml with COMPACT: true, or false when a File destination cannot be opened.
 ZUL_API bool ntvToCompactPml(const ntv::Unit& unit, std::ostream& dest, ShowPattern pattern);
 ZUL_API bool ntvToCompactPml(const ntv::Unit& unit, zul::String& dest, ShowPattern pattern);
 ZUL_API bool ntvToCompactPml(const ntv::Unit& unit, const File& dest, ShowPattern pattern);
+///@}
 
+///@{
+
+/// ntvToPml with SIMPLE: true, or false when a File destination cannot be opened.
 ZUL_API bool ntvToSimplePml(const ntv::Unit& unit, std::ostream& dest, ShowPattern pattern);
 ZUL_API bool ntvToSimplePml(const ntv::Unit& unit, zul::String& dest, ShowPattern pattern);
 ZUL_API bool ntvToSimplePml(const ntv::Unit& unit, const File& dest, ShowPattern pattern);
+///@}
 
+///@{
+
+/// ntvToPml with MIXED: true, or false when a File destination cannot be opened.
 ZUL_API bool ntvToMixedPml(const ntv::Unit& unit, std::ostream& dest, ShowPattern pattern);
 ZUL_API bool ntvToMixedPml(const ntv::Unit& unit, zul::String& dest, ShowPattern pattern);
 ZUL_API bool ntvToMixedPml(const ntv::Unit& unit, const File& dest, ShowPattern pattern);
+///@}
 
+///@{
+
+/// ntvToPml with FORMATTED: true, or false when a File destination cannot be opened.
 ZUL_API bool ntvToFormattedPml(const ntv::Unit& unit, std::ostream& dest, ShowPattern pattern);
 ZUL_API bool ntvToFormattedPml(const ntv::Unit& unit, zul::String& dest, ShowPattern pattern);
 ZUL_API bool ntvToFormattedPml(const ntv::Unit& unit, const File& dest, ShowPattern pattern);
+///@}
 
 }  // namespace pml
 }  // namespace zul
