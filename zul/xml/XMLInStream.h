@@ -40,11 +40,14 @@ class ZUL_API XMLInStream : virtual public XMLStreamBase {
     XMLInStream operator[](const istr& name) const { return XMLInStream(name, *this); }
     /// The value of the attribute "__type__", or "" when absent.
     const String& type() const;
+
     ///@{
+
     /// The element's attribute, or XMLAttr::null().
     const XMLAttr& attr(const istr& name) const;
     const XMLAttr& operator()(const istr& name) const { return attr(name); }
     ///@}
+
     /// The element's child, or XMLNode::null().
     const XMLNode& child(const istr& name) const;
 
@@ -52,13 +55,17 @@ class ZUL_API XMLInStream : virtual public XMLStreamBase {
     const XMLInStream& operator>>(bool& v) const;
     /// As for bool, into a temporary that starts at false: `v` always receives a value.
     const XMLInStream& operator>>(Bit& v) const;
+
     ///@{
+
     /// The first character that is not white space; an empty or blank text leaves `v` alone.
     const XMLInStream& operator>>(char& v) const;
     const XMLInStream& operator>>(unsigned char& v) const;
     ///@}
+
     ///@{
-    /// The text to value rule of zul::String (leading white space skipped, decimal, trailing
+
+    /// By the text-to-value rule of zul::String (leading white space skipped, decimal, trailing
     /// text ignored): an empty text leaves `v` alone, bad text leaves what the rule stores.
     const XMLInStream& operator>>(short& v) const;
     const XMLInStream& operator>>(unsigned short& v) const;
@@ -71,7 +78,9 @@ class ZUL_API XMLInStream : virtual public XMLStreamBase {
     const XMLInStream& operator>>(float& v) const;
     const XMLInStream& operator>>(double& v) const;
     ///@}
+
     ///@{
+
     /// As for the plain type, into a temporary that starts at 0 and is then stored: `v`
     /// always receives a value (0 for an empty text).
     const XMLInStream& operator>>(volatile bool& v) const;
@@ -93,15 +102,19 @@ class ZUL_API XMLInStream : virtual public XMLStreamBase {
     const XMLInStream& operator>>(Ulong& v) const;
     const XMLInStream& operator>>(Longlong& v) const;
     ///@}
+
     /// Read as unsigned short, then its low 8 bits (0 for an empty text).
     const XMLInStream& operator>>(Byte& v) const;
     /// Exactly "\u" and four hexadecimal digits of either case; anything else gives 0.
     const XMLInStream& operator>>(Wchar& v) const;
+
     ///@{
+
     /// The whole text, as stored.
     const XMLInStream& operator>>(String& v) const;
     const XMLInStream& operator>>(std::string& v) const;
     ///@}
+
     /// Base64-decoded, then UTF-8 to wide; text that is not UTF-8 gives "".
     const XMLInStream& operator>>(std::wstring& v) const;
     /// Base64-decoded (characters outside the alphabet skipped); an empty text gives no bytes.

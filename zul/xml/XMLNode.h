@@ -25,13 +25,16 @@ class ZUL_API XMLAttr {
     /// The attribute `name`="`value`" made for `node` (not owned, may be null); null views
     /// give empty texts.
     XMLAttr(const istr& name, const istr& value, XMLNode* node);
+
     ///@{
+
     /// Copies (or moves) name, value and node pointer; the node is never owned.
     XMLAttr(const XMLAttr& o) = default;
     XMLAttr(XMLAttr&& o) = default;
     XMLAttr& operator=(const XMLAttr& o) = default;
     XMLAttr& operator=(XMLAttr&& o) = default;
     ///@}
+
     /// Frees name and value; the node is not touched.
     virtual ~XMLAttr();
 
@@ -61,6 +64,7 @@ class ZUL_API XMLAttr {
     bool isNull() const { return this == &null(); }
 
     ///@{
+
     /// Attributes come from the small-block pool (zul/base/pool.h); new throws std::bad_alloc.
     static void* operator new(std::size_t size);
     static void operator delete(void* p, std::size_t size) noexcept;
@@ -117,11 +121,14 @@ class ZUL_API XMLNode {
     XMLNode* addChildNode(XMLNode* child);
     /// Creates, adds and returns a new child named `name`.
     XMLNode* addChildNode(const istr& name);
+
     ///@{
+
     /// Adds a deep copy of `n` as the last child; returns this node.
     XMLNode& append(const XMLNode& n);
     XMLNode& operator+=(const XMLNode& n) { return append(n); }
     ///@}
+
     /// Deletes every child and empties the children and their index.
     void clearNodes();
 
@@ -155,16 +162,21 @@ class ZUL_API XMLNode {
     void addAttr(const XMLAttr& a);
     /// addAttr(XMLAttr(name, value, this)).
     void addAttr(const istr& name, const istr& value);
+
     ///@{
+
     /// The attribute of that name; created with an empty value (and listed) when missing.
     XMLAttr& attr(const istr& name);
     XMLAttr& operator()(const istr& name) { return attr(name); }
     ///@}
+
     ///@{
+
     /// The attribute of that name, or XMLAttr::null().
     const XMLAttr& attr(const istr& name) const;
     const XMLAttr& operator()(const istr& name) const { return attr(name); }
     ///@}
+
     /// The attribute named at position `i` of the name list, or XMLAttr::null() past the end.
     const XMLAttr& attr(size_t i) const;
     /// The length of the name list (duplicates counted).
@@ -179,15 +191,19 @@ class ZUL_API XMLNode {
     void clearAttrs();
 
     ///@{
+
     /// The child of that name (the one added last); created and added when missing.
     XMLNode& child(const istr& name);
     XMLNode& operator[](const istr& name) { return child(name); }
     ///@}
+
     ///@{
+
     /// The child of that name, or XMLNode::null().
     const XMLNode& child(const istr& name) const;
     const XMLNode& operator[](const istr& name) const { return child(name); }
     ///@}
+
     /// Child `i`, or XMLNode::null() past the end.
     const XMLNode& child(size_t i) const;
     /// The number of children.
@@ -205,6 +221,7 @@ class ZUL_API XMLNode {
     void str(String& out, bool formatted, unsigned depth) const;
 
     ///@{
+
     /// Nodes come from the small-block pool (zul/base/pool.h); new throws std::bad_alloc.
     static void* operator new(std::size_t size);
     static void operator delete(void* p, std::size_t size) noexcept;

@@ -39,25 +39,33 @@ class ZUL_API XMLOutStream : virtual public XMLStreamBase {
     XMLOutStream& operator+=(const XMLOutStream& o);
     /// Sets the attribute "__type__" to `t`.
     void type(const istr& t);
+
     ///@{
+
     /// The element's attribute, created with an empty value when missing.
     XMLAttr& attr(const istr& name);
     XMLAttr& operator()(const istr& name) { return attr(name); }
     ///@}
+
     /// The element's child, created when missing.
     XMLNode& child(const istr& name);
 
     ///@{
+
     /// "1" or "0".
     XMLOutStream& operator<<(bool v);
     XMLOutStream& operator<<(Bit v);
     ///@}
+
     ///@{
+
     /// The byte itself, escaped; a NUL byte leaves the character data empty.
     XMLOutStream& operator<<(char v);
     XMLOutStream& operator<<(unsigned char v);
     ///@}
+
     ///@{
+
     /// Decimal.
     XMLOutStream& operator<<(short v);
     XMLOutStream& operator<<(unsigned short v);
@@ -73,14 +81,19 @@ class ZUL_API XMLOutStream : virtual public XMLStreamBase {
     XMLOutStream& operator<<(Ulong v);
     XMLOutStream& operator<<(Longlong v);
     ///@}
+
     /// The byte's numeric value in decimal.
     XMLOutStream& operator<<(Byte v);
+
     ///@{
+
     /// General notation, 6 significant digits.
     XMLOutStream& operator<<(float v);
     XMLOutStream& operator<<(double v);
     ///@}
+
     ///@{
+
     /// The text, escaped and read up to its first NUL; a null pointer gives "".
     XMLOutStream& operator<<(const istr& v);
     XMLOutStream& operator<<(const char* v);
@@ -88,15 +101,19 @@ class ZUL_API XMLOutStream : virtual public XMLStreamBase {
     XMLOutStream& operator<<(const std::string& v);
     XMLOutStream& operator<<(const String& v);
     ///@}
+
     /// "\u" and four upper-case hexadecimal digits of the low 16 bits.
     XMLOutStream& operator<<(Wchar v);
+
     ///@{
+
     /// Base64 of the UTF-8 form (lines of 76 characters joined by "\r\n"); "__type__" becomes
     /// "utf8". A null pointer gives "".
     XMLOutStream& operator<<(const iwstr& v);
     XMLOutStream& operator<<(const wchar_t* v);
     XMLOutStream& operator<<(const std::wstring& v);
     ///@}
+
     /// Base64 of the bytes (lines as for wide text); "__type__" becomes "base64".
     XMLOutStream& operator<<(const Bytes& v);
     /// The full date-time text.

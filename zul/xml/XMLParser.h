@@ -50,8 +50,14 @@ class ZUL_API XMLParser {
     explicit XMLParser(const istr& text);
     /// Constructs, then parse(in).
     explicit XMLParser(std::ifstream& in);
+
+    ///@{
+
+    /// Not copyable: a parser owns its tree.
     XMLParser(const XMLParser&) = delete;
     XMLParser& operator=(const XMLParser&) = delete;
+    ///@}
+
     /// Deletes the root unless it was released.
     virtual ~XMLParser();
 
