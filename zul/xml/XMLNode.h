@@ -22,8 +22,8 @@ struct cdata_t {};
 /// One attribute: a name, a decoded value and the node it belongs to (not owned, may be null).
 class ZUL_API XMLAttr {
   public:
-    /// The attribute `name`="`value`" made for `node` (not owned, may be null); null views
-    /// give empty texts.
+    /// An attribute named `name` with the value `value`, made for `node` (not owned, may be
+    /// null); null views give empty texts.
     XMLAttr(const istr& name, const istr& value, XMLNode* node);
 
     ///@{
