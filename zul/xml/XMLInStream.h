@@ -30,27 +30,43 @@ class ZUL_API XMLInStream : virtual public XMLStreamBase {
     explicit XMLInStream(const istr& text);
     /// The same for the rest of a file stream.
     explicit XMLInStream(std::ifstream& in);
-    /// Stands for the parent's child `name`, or XMLNode::null() when there is none; not owned.
+    /// Stands for the parent's child `name`, or XMLNode::null() when there is none; not owned:
+    /// valid while the parent's element lives.
     XMLInStream(const istr& name, const XMLInStream& parent);
-    /// Stands for `node`, not owned.
+    /// Stands for `node`, not owned: valid while `node` lives.
     explicit XMLInStream(const XMLNode& node);
 
     /// The stream of the child `name` (XMLNode::null() when missing).
     XMLInStream operator[](const istr& name) const { return XMLInStream(name, *this); }
     /// The value of the attribute "__type__", or "" when absent.
     const String& type() const;
+
+    ///@{
+
     /// The element's attribute, or XMLAttr::null().
     const XMLAttr& attr(const istr& name) const;
     const XMLAttr& operator()(const istr& name) const { return attr(name); }
+    ///@}
+
     /// The element's child, or XMLNode::null().
     const XMLNode& child(const istr& name) const;
 
     /// Only "1" and "0" read as values.
     const XMLInStream& operator>>(bool& v) const;
+    /// As for bool, into a temporary that starts at false: `v` always receives a value.
     const XMLInStream& operator>>(Bit& v) const;
-    /// The first character that is not white space.
+
+    ///@{
+
+    /// The first character that is not white space; an empty or blank text leaves `v` alone.
     const XMLInStream& operator>>(char& v) const;
     const XMLInStream& operator>>(unsigned char& v) const;
+    ///@}
+
+    ///@{
+
+    /// By the text-to-value rule of zul::String (leading white space skipped, decimal, trailing
+    /// text ignored): an empty text leaves `v` alone, bad text leaves what the rule stores.
     const XMLInStream& operator>>(short& v) const;
     const XMLInStream& operator>>(unsigned short& v) const;
     const XMLInStream& operator>>(int& v) const;
@@ -61,6 +77,12 @@ class ZUL_API XMLInStream : virtual public XMLStreamBase {
     const XMLInStream& operator>>(unsigned long long& v) const;
     const XMLInStream& operator>>(float& v) const;
     const XMLInStream& operator>>(double& v) const;
+    ///@}
+
+    ///@{
+
+    /// As for the plain type, into a temporary that starts at 0 and is then stored: `v`
+    /// always receives a value (0 for an empty text).
     const XMLInStream& operator>>(volatile bool& v) const;
     const XMLInStream& operator>>(volatile char& v) const;
     const XMLInStream& operator>>(volatile unsigned char& v) const;
@@ -79,16 +101,23 @@ class ZUL_API XMLInStream : virtual public XMLStreamBase {
     const XMLInStream& operator>>(Long& v) const;
     const XMLInStream& operator>>(Ulong& v) const;
     const XMLInStream& operator>>(Longlong& v) const;
-    /// Read as unsigned short, then its low 8 bits.
+    ///@}
+
+    /// Read as unsigned short, then its low 8 bits (0 for an empty text).
     const XMLInStream& operator>>(Byte& v) const;
-    /// Exactly "\u" and four hexadecimal digits; anything else gives 0.
+    /// Exactly "\u" and four hexadecimal digits of either case; anything else gives 0.
     const XMLInStream& operator>>(Wchar& v) const;
-    /// The whole text.
+
+    ///@{
+
+    /// The whole text, as stored.
     const XMLInStream& operator>>(String& v) const;
     const XMLInStream& operator>>(std::string& v) const;
-    /// Base64-decoded, then UTF-8 to wide.
+    ///@}
+
+    /// Base64-decoded, then UTF-8 to wide; text that is not UTF-8 gives "".
     const XMLInStream& operator>>(std::wstring& v) const;
-    /// Base64-decoded.
+    /// Base64-decoded (characters outside the alphabet skipped); an empty text gives no bytes.
     const XMLInStream& operator>>(Bytes& v) const;
     /// The full date-time text; a text that does not parse leaves `v` unchanged.
     const XMLInStream& operator>>(Time& v) const;
@@ -97,7 +126,7 @@ class ZUL_API XMLInStream : virtual public XMLStreamBase {
     /// Parses `text` (nothing read from a null `in`) and returns the root for the caller to
     /// own, or null after writing the error record of a syntax error.
     static XMLNode* parseDocument(const istr& text, std::ifstream* in);
-    // For XMLStream, which sets up the shared base itself.
+    /// For XMLStream, which sets up the shared base itself: leaves the base untouched.
     explicit XMLInStream(BaseSetUp) {}
 
   private:

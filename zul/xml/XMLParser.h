@@ -25,7 +25,8 @@ class ZUL_API XMLParserCallback {
     /// An end tag or the end of a self-closing tag; `node` is null for an end tag met
     /// outside every element.
     virtual void onNodeEnd(XMLParser& parser, XMLNode* node) = 0;
-    /// Text or a CDATA section was appended to `node`'s character data.
+    /// Text or a CDATA section was appended to `node`'s character data (text that starts with
+    /// a stray ']' is appended raw and not reported).
     virtual void onText(XMLParser& parser, XMLNode* node) = 0;
     /// An attribute was added to the current node.
     virtual void onAttribute(XMLParser& parser, const XMLAttr& attr) = 0;
@@ -49,8 +50,14 @@ class ZUL_API XMLParser {
     explicit XMLParser(const istr& text);
     /// Constructs, then parse(in).
     explicit XMLParser(std::ifstream& in);
+
+    ///@{
+
+    /// Not copyable: a parser owns its tree.
     XMLParser(const XMLParser&) = delete;
     XMLParser& operator=(const XMLParser&) = delete;
+    ///@}
+
     /// Deletes the root unless it was released.
     virtual ~XMLParser();
 
@@ -59,9 +66,10 @@ class ZUL_API XMLParser {
     void parse(const istr& text);
     /// Collects the stream's remaining lines, each followed by "\n" (a file ending in a
     /// newline thus yields one extra "\n"), then parse()s them. A stream that cannot be read
-    /// gives an empty document.
+    /// gives an empty document. Throws XMLRuntimeException.
     void parse(std::ifstream& in);
-    /// Reads one token; false when parsing is over.
+    /// Reads one token; false when parsing is over. Throws XMLRuntimeException on a syntax
+    /// error.
     bool nextNode();
 
     /// The root, or null before any element.
@@ -81,6 +89,7 @@ class ZUL_API XMLParser {
     static const char* skipWhitespace(const istr& s);
     /// The first position in `s` that is white space, or the view's end.
     static const char* skipTillWhitespace(const istr& s);
+    /// True for tab, line feed, carriage return and space.
     static bool isWhiteSpace(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
     /// Entity declarations are not recorded: does nothing.
     void parseEntity(const char* begin, const char* end);

@@ -31,6 +31,7 @@ class ZUL_API XMLStreamBase {
     XMLStreamBase(XMLNode* n, out_t);
     /// Reading `n`, not owning.
     XMLStreamBase(const XMLNode* n, in_t);
+    /// Reading when `inputting`, else writing; deletes `n` (which may be null) when `owns`.
     XMLStreamBase(bool inputting, bool owns, XMLNode* n);
     /// Takes the node of `o`, which keeps no node.
     XMLStreamBase(const XMLStreamBase& o);
@@ -42,10 +43,14 @@ class ZUL_API XMLStreamBase {
 
     /// Deletes the node when owned; then no node and not owning.
     void clear();
-    /// Returns the node and forgets it; the owning flag stays.
+    /// Returns the node and forgets it; the owning flag stays. The caller owns the node when
+    /// the stream did.
     XMLNode* release();
+    /// Exchanges mode, ownership and node with `o`.
     void swap(XMLStreamBase& o);
+    /// True for a reading stream.
     bool isInputting() const { return inputting_; }
+    /// Changes the mode only; node and ownership stay.
     void setInputting(bool inputting) { inputting_ = inputting; }
 
     /// Writing `n`; the previous node is deleted when owned and not `n`.
@@ -55,25 +60,31 @@ class ZUL_API XMLStreamBase {
     /// Mode, ownership and node at once; the previous node is deleted when owned and not `n`.
     void assign(bool inputting, bool owns, XMLNode* n);
 
-    /// The node; a writing stream without one first makes an owned, unnamed node. Null is
-    /// possible for a reading stream.
+    /// The node; a writing stream without one (or standing for XMLNode::null()) first makes
+    /// an owned, unnamed node. A reading stream returns its node as it is: possibly null, and
+    /// not to be changed through this pointer.
     XMLNode* node();
     /// The node, or XMLNode::null().
     const XMLNode& node() const { return node_ == nullptr ? XMLNode::null() : *node_; }
 
-    /// Writing streams: renames the node, or makes an owned node of that name. Reading
-    /// streams ignore it.
+    /// Writing streams: renames the node, or makes an owned node of that name when there is
+    /// none (or it is XMLNode::null()). Reading streams ignore it.
     void name(const istr& n);
+    /// The node's name; "" without a node.
     const String& name() const { return node().name(); }
-    /// Writing streams: the node's character data becomes `text` with '<', '>' and '&'
-    /// escaped. Reading streams ignore it.
+    /// Writing streams: the node (made as by node()) gets `text`, read up to its first NUL,
+    /// as character data with '<', '>' and '&' escaped. Reading streams ignore it.
     void cdata(const istr& text);
     /// The node's character data as stored (escaped text stays escaped in memory).
     const String& cdata() const { return node().cdata(); }
 
+    /// The attribute named at position `i` of the node's name list, or XMLAttr::null().
     const XMLAttr& attrAt(size_t i) const { return node().attr(i); }
+    /// The length of the node's attribute name list; 0 without a node.
     size_t numofAttrs() const { return node().numofAttrs(); }
+    /// Child `i` of the node, or XMLNode::null().
     const XMLNode& childAt(size_t i) const { return node().child(i); }
+    /// The node's number of children; 0 without a node.
     size_t numofChildren() const { return node().numofChildren(); }
 
     /// The node's str(formatted, depth), or "" without a node.
@@ -87,9 +98,9 @@ class ZUL_API XMLStreamBase {
     struct BaseSetUp {};
 
     // Mutable so that copying can take the node even from a constant stream.
-    mutable bool inputting_;
-    mutable bool owns_;
-    mutable XMLNode* node_;
+    mutable bool inputting_;  ///< True for a reading stream.
+    mutable bool owns_;       ///< True when the stream deletes node_.
+    mutable XMLNode* node_;   ///< The element; may be null or XMLNode::null().
 };
 
 /// Writes `s.str(true, 0)`.
