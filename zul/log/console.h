@@ -60,6 +60,7 @@ class ZUL_API ConsoleImpl {
     void flush();
 
     ///@{
+
     /// Queues the text (println: followed by a newline); nothing is written here. `n` of all
     /// ones takes the text up to its terminating 0; a null text queues nothing but the
     /// newline of println.
@@ -118,6 +119,7 @@ class ZUL_API console {
     static void flush();
 
     ///@{
+
     /// Queue 8-bit (UTF-8) or wide text; println adds a newline. `n` of all ones takes the
     /// text up to its terminating 0; a null text is empty. Text printed on the thread that is
     /// creating the console is written to standard output at once.

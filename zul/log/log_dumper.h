@@ -112,6 +112,7 @@ class ZUL_API dumper {
     Config const& cfg() const { return cfg_; }
 
     ///@{
+
     /// Reads or sets the Config field of the same name; a setter takes effect from the next
     /// write on and returns the dumper.
     bool compact() const { return cfg_.compact_; }
@@ -167,12 +168,15 @@ class ZUL_API dumper {
     /// "true" or "false".
     dumper& operator<<(bool v);
     ///@{
+
     /// The character in single quotes, as zul::Print writes it (control codes by name, other
     /// unprintable codes in octal).
     dumper& operator<<(char v);
     dumper& operator<<(unsigned char v);
     ///@}
+
     ///@{
+
     /// The stream's own form of the number or pointer.
     dumper& operator<<(short v);
     dumper& operator<<(unsigned short v);
@@ -186,7 +190,9 @@ class ZUL_API dumper {
     dumper& operator<<(double v);
     dumper& operator<<(void const* v);
     ///@}
+
     ///@{
+
     /// The quoted form of the text or bytes (see __write); null or empty writes nothing.
     dumper& operator<<(istr const& v) { return __write(v); }
     dumper& operator<<(char const* v) { return __write(istr(v)); }
@@ -195,19 +201,24 @@ class ZUL_API dumper {
     dumper& operator<<(std::string const& v) { return __write(istr(v)); }
     dumper& operator<<(Bytes const& v);
     ///@}
+
     ///@{
+
     /// Wide text in double quotes, in UTF-8; nothing at all when null or empty.
     dumper& operator<<(iwstr const& v);
     dumper& operator<<(wchar_t const* v);
     dumper& operator<<(std::wstring const& v);
     ///@}
+
     /// The date-time text (milliseconds), quoted.
     dumper& operator<<(Time const& v);
     ///@{
+
     /// Applies the adapter: a rawstring writes its text unchanged, a namestring a field name.
     dumper& operator<<(rawstring const& v) { return v(*this); }
     dumper& operator<<(namestring const& v) { return v(*this); }
     ///@}
+
     /// Manipulators: zul::indent, zul::endline, zul::nl.
     dumper& operator<<(dumper& (*f)(dumper&)) { return f(*this); }
     /// Any object with a dump(zul::dumper&) const member.
@@ -221,11 +232,14 @@ class ZUL_API dumper {
     /// As the stream writes a bool: 1 or 0 unless the stream has std::boolalpha set.
     dumper& write(bool v);
     ///@{
+
     /// The character itself.
     dumper& write(char v);
     dumper& write(unsigned char v);
     ///@}
+
     ///@{
+
     /// The stream's own form of the number or pointer.
     dumper& write(short v);
     dumper& write(unsigned short v);
@@ -239,7 +253,9 @@ class ZUL_API dumper {
     dumper& write(double v);
     dumper& write(void const* v);
     ///@}
+
     ///@{
+
     /// The text or bytes unchanged; null writes nothing.
     dumper& write(istr const& v) { return raw(v); }
     dumper& write(char const* v) { return raw(istr(v)); }
@@ -248,12 +264,15 @@ class ZUL_API dumper {
     dumper& write(std::string const& v) { return raw(istr(v)); }
     dumper& write(Bytes const& v);
     ///@}
+
     ///@{
+
     /// Wide text converted to UTF-8, unquoted.
     dumper& write(iwstr const& v);
     dumper& write(wchar_t const* v);
     dumper& write(std::wstring const& v);
     ///@}
+
     /// The date-time text (milliseconds) unchanged.
     dumper& write(Time const& v);
     /// Any object with a dump(zul::dumper&) const member.
@@ -289,6 +308,7 @@ class ZUL_API dumper {
 };
 
 ///@{
+
 /// Forwarders to the members of the same name, for use as `d << zul::indent`.
 ZUL_API dumper& indent(dumper& d);
 ZUL_API dumper& endline(dumper& d);

@@ -37,12 +37,14 @@ class ZUL_API logger {
     /// Writes a finished record, then echoes it to the console when consoleOn().
     virtual void writeAndPrint(istr const& record) = 0;
     ///@{
+
     /// Caches a copy of a finished record (which carries its own line end) for the file, then
     /// hands it to the record hook. Never writes the file: reaching setMaxNumofMsg() records
     /// or setMaxCacheSize() bytes only wakes the flush thread, when there is one.
     virtual void write(istr const& record) = 0;
     virtual void write(char const* data, unsigned long size) = 0;
     ///@}
+
     /// Wakes the flush thread, or writes the cache on the calling thread when there is none.
     virtual void flush() = 0;
     /// Sets how many cached bytes (default 32768) wake the flush thread.
@@ -50,21 +52,26 @@ class ZUL_API logger {
     /// Sets how many cached records (default 100) wake the flush thread.
     virtual void setMaxNumofMsg(unsigned long count) = 0;
     ///@{
+
     /// The information switch (default on), which gates the library's information records.
     virtual void infoOn(bool on) = 0;
     virtual bool infoOn() const = 0;
     ///@}
+
     ///@{
+
     /// The debug switch (default on); while it is off, traceOn(), msgLogOn() and the
     /// detail-log queries read false.
     virtual void debugOn(bool on) = 0;
     virtual bool debugOn() const = 0;
     ///@}
+
     /// Switching tracing on takes effect only while ZUL_TRACE_ON is "on".
     virtual void traceOn(bool on) = 0;
     /// debugOn() and the trace switch.
     virtual bool traceOn() const = 0;
     ///@{
+
     /// debugOn() and the detail-log switch of that name (default off), which only the
     /// configuration file sets.
     virtual bool dataLogOn() const = 0;
@@ -75,12 +82,15 @@ class ZUL_API logger {
     virtual bool commLogOn() const = 0;
     virtual bool hbLogOn() const = 0;
     ///@}
+
     ///@{
+
     /// The application-log switch (default on); while it is off, logOn() is false and logOff()
     /// true for every name.
     virtual void appLogOn(bool on) = 0;
     virtual bool appLogOn() const = 0;
     ///@}
+
     /// Switches the application log `name` on or off.
     virtual void logOn(String const& name, bool on) = 0;
     /// Whether the application log `name` is on; false while appLogOn() is false and for a
@@ -103,38 +113,46 @@ class ZUL_API logger {
     /// false when neither entry exists.
     virtual bool msgOff(String const& name) const = 0;
     ///@{
+
     /// The log-file switch (default on): kept, copied and configured, but records go to
     /// filename() whenever it is not empty.
     virtual void useLogfile(bool on) = 0;
     virtual bool useLogfile() const = 0;
     ///@}
+
     /// Sets the log file path and derives the debug file name; with an empty path records
     /// stay cached.
     virtual void filename(istr const& path) = 0;
     /// The log file path; empty until one is set or configured.
     virtual String filename() const = 0;
     ///@{
+
     /// The debug-file switch (default on): kept, copied and configured; no record is written
     /// to the debug file.
     virtual void useDebugLogfile(bool on) = 0;
     virtual bool useDebugLogfile() const = 0;
     ///@}
+
     /// Sets the debug file path; a later filename() derives it anew.
     virtual void debugFilename(istr const& path) = 0;
     /// The debug file path; empty until set, derived or configured.
     virtual String debugFilename() const = 0;
     ///@{
+
     /// The console echo: writeAndPrint() prints each record and every flush pass flushes the
     /// console while it is on (loggerImpl starts from zul::g__debugDefined).
     virtual void consoleOn(bool on) = 0;
     virtual bool consoleOn() const = 0;
     ///@}
+
     ///@{
+
     /// The leak-checker switch (default off): kept, copied and configured; the library
     /// consults it nowhere.
     virtual void mlcOn(bool on) = 0;
     virtual bool mlcOn() const = 0;
     ///@}
+
     /// The logging identifier.
     virtual std::string id() const = 0;
     /// Reads or writes every setting through a value-tree stream, by its direction.
@@ -146,6 +164,7 @@ class ZUL_API logger {
 
   protected:
     ///@{
+
     /// Only implementations make, copy and destroy a logger; the interface holds no data.
     logger() = default;
     logger(logger const&) = default;

@@ -86,10 +86,12 @@ class ZUL_API loggerImpl : public logger {
     /// Stores the identifier.
     void id(std::string const& id);
     ///@{
+
     /// Copies into `other` / from `other` what operator= copies.
     void get(loggerImpl& other) const;
     void set(loggerImpl const& other);
     ///@}
+
     /// Installs the record hook (null removes it); the hook must outlive the logger's use.
     void recordHook(RecordHook* hook);
 

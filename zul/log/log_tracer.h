@@ -29,6 +29,7 @@ class stack : public std::stack<T, Container> {
     explicit stack(Container const& c) : std::stack<T, Container>(c) {}
 
     ///@{
+
     /// The elements, bottom (first pushed) at the front, top at the back.
     Container& container() { return this->c; }
     Container const& container() const { return this->c; }
@@ -97,6 +98,7 @@ class ZUL_API CallStack {
     CallStack() : separator_("\n") {}
 
     ///@{
+
     /// The frames.
     Frames& container() { return frames_; }
     Frames const& container() const { return frames_; }
@@ -150,21 +152,25 @@ class ZUL_API tracer {
     tracer& operator=(tracer const&) = delete;
 
     ///@{
+
     /// The calling thread's stack, created empty when missing. Only the calling thread may
     /// use it.
     CallStack& callStack();
     CallStack const& callStack() const;
     ///@}
+
     /// Appends a frame to the calling thread's stack.
     void push(char const* file, unsigned int line, char const* func);
     /// Removes the innermost frame of the calling thread; the stack must not be empty.
     void pop();
     ///@{
+
     /// The calling thread's frames (created empty when missing); only that thread may use
     /// them.
     CallStack::Frames& container() { return callStack().container(); }
     CallStack::Frames const& container() const { return callStack().container(); }
     ///@}
+
     /// Sets the calling thread's separator; returns the tracer.
     tracer const& separator(char const* s) const;
     /// The calling thread's separator.

@@ -89,6 +89,7 @@ class Handle : public SmartPtrBase<T> {
         return *this;
     }
     ///@{
+
     /// Holds `r`'s pointee instead, as operator=(T*) does. From a Handle<Y> the pointer is
     /// converted with static_cast, so a downcast is not checked.
     Handle& operator=(Handle const& r) { return *this = r.ptr_; }
@@ -97,6 +98,7 @@ class Handle : public SmartPtrBase<T> {
         return *this = static_cast<T*>(r.get());
     }
     ///@}
+
     /// Takes over `r`'s count (`r` becomes null), then drops the count of the old pointee.
     /// Self-assignment changes nothing.
     Handle& operator=(Handle&& r) noexcept {
@@ -110,6 +112,7 @@ class Handle : public SmartPtrBase<T> {
     }
 
     ///@{
+
     /// A handle on `r`'s pointee (or on `p`) when it is a `T`, otherwise null.
     template <class Y>
     static Handle dynamicCast(SmartPtrBase<Y> const& r) {
@@ -123,6 +126,7 @@ class Handle : public SmartPtrBase<T> {
 };
 
 ///@{
+
 /// Compare the held pointers: equal when both hold the same object or both are null.
 template <class T, class U>
 bool operator==(SmartPtrBase<T> const& a, SmartPtrBase<U> const& b) {
@@ -133,6 +137,7 @@ bool operator!=(SmartPtrBase<T> const& a, SmartPtrBase<U> const& b) {
     return a.get() != b.get();
 }
 ///@}
+
 /// Orders handles by their pointers, so they can key ordered containers.
 template <class T, class U>
 bool operator<(SmartPtrBase<T> const& a, SmartPtrBase<U> const& b) {

@@ -89,6 +89,7 @@ class ZUL_API Thread : public Shared {
     bool started() const { return started_.load(std::memory_order_acquire); }
 
     ///@{
+
     /// Compare the platform ids; ThreadNotStartedException when either side never started.
     bool operator==(Thread const& other) const;
     bool operator!=(Thread const& other) const;

@@ -49,6 +49,7 @@ class ZUL_API ListValue : public ValueBase {
     const_iterator begin() const { return units_.begin(); }
     const_iterator end() const { return units_.end(); }
     ///@}
+
     /// The children in list order (the list keeps owning them).
     const Units& data() const { return units_; }
 

@@ -34,6 +34,7 @@ class ZUL_API StringValue : public ValueBase {
     }
     void assign(istr text) { data_ = text; }
     ///@}
+
     /// The text.
     const String& data() const { return data_; }
 

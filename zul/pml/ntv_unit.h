@@ -138,6 +138,7 @@ class ZUL_API Unit {
     String& name() { return name_; }
     const String& name() const { return name_; }
     ///@}
+
     /// Sets the name; the parent's index keeps the old key.
     Unit& name(istr n);
     /// The type label, empty when untyped.
@@ -171,6 +172,7 @@ class ZUL_API Unit {
     bool getValue(ListValue*& out) const;
     bool getValue(StringValue*& out) const;
     ///@}
+
     /// The text value (still owned by the node), or null for no value or a list.
     StringValue* stringValue() const;
     /// The list value (still owned by the node), or null for no value or a text.
@@ -203,6 +205,7 @@ class ZUL_API Unit {
     bool addChild(istr name, istr value);
     bool addChild(istr name, istr type, istr value);
     ///@}
+
     /// Appends a deep copy of `u`.
     bool addChild(const Unit& u);
     /// Unnamed child: appended (addChild's result). Named: the child of that name (created
@@ -229,6 +232,7 @@ class ZUL_API Unit {
     Unit* at(const char* begin, const char* end) const;
     Unit* at(const unsigned char* begin, const unsigned char* end) const;
     ///@}
+
     /// at(path), or the empty node when that is null.
     Unit& operator[](istr path) const;
     ///@{
@@ -239,6 +243,7 @@ class ZUL_API Unit {
     Unit* at(istr key);
     Unit& operator[](istr key) { return *at(key); }
     ///@}
+
     /// False when at(path) finds nothing; otherwise `out` = its text (empty for a list).
     bool getChild(istr path, String& out) const;
 
@@ -254,6 +259,7 @@ class ZUL_API Unit {
     void parent(Unit* p) { parent_ = p; }
     void index(size_t i) { index_ = i; }
     ///@}
+
     /// "/" for a root, otherwise "/" + name (or "[index]") for each node below the root.
     String path() const;
 
@@ -310,6 +316,7 @@ class ZUL_API Unit {
     void operator<<(Ulong v);
     void operator<<(Longlong v);
     ///@}
+
     /// Decimal, as an unsigned 16-bit number.
     void operator<<(Byte v);
     ///@{
@@ -318,6 +325,7 @@ class ZUL_API Unit {
     void operator<<(float v);
     void operator<<(double v);
     ///@}
+
     /// A backslash, "u" and four upper-case hex digits of the low 16 bits.
     void operator<<(Wchar v);
     ///@{
@@ -337,6 +345,7 @@ class ZUL_API Unit {
     void operator<<(const wchar_t* v);
     void operator<<(const std::wstring& v);
     ///@}
+
     /// Base64 of the bytes; the type becomes "base64".
     void operator<<(const Bytes& v);
     /// The full date-time text (local time, microseconds).
@@ -378,6 +387,7 @@ class ZUL_API Unit {
     bool operator>>(Ulong& v) const;
     bool operator>>(Longlong& v) const;
     ///@}
+
     /// Read as an unsigned 16-bit number; the low 8 bits are stored.
     bool operator>>(Byte& v) const;
     ///@{
@@ -397,6 +407,7 @@ class ZUL_API Unit {
     bool operator>>(volatile float& v) const;
     bool operator>>(volatile double& v) const;
     ///@}
+
     /// Reset to 0 first; exactly a backslash, "u" and four hex digits.
     bool operator>>(Wchar& v) const;
     /// The whole text.

@@ -96,6 +96,7 @@ class stream {
         from(text, valueString);
     }
     ///@}
+
     /// Read from the named file (a missing file leaves the node empty); an input stream.
     stream(const istr& filename, from_file tag, bool valueString = false) : direction_(INPUT) {
         from(filename, tag, valueString);
@@ -112,6 +113,7 @@ class stream {
         return valueString ? ntvFromValueString(unit_, text) : ntvFromPml(unit_, text);
     }
     ///@}
+
     /// The same from the named file; a file that cannot be opened leaves the node empty.
     void from(const istr& filename, from_file, bool valueString = false) {
         const File file(filename);
