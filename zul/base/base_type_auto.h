@@ -19,18 +19,23 @@ constexpr char const* kAutoPtrFunc = "~AutoPtr";
 template <class T>
 class AutoPtr {
   public:
+    /// Holds null.
     AutoPtr() noexcept : p_(nullptr) {}
     /// Takes ownership of `p` (may be null).
     explicit AutoPtr(T* p) noexcept : p_(p) {}
+    /// Takes over the array of `o`, which holds null afterwards.
     AutoPtr(AutoPtr&& o) noexcept : p_(o.p_) { o.p_ = nullptr; }
+    /// Frees the own array and takes over that of `o`, which holds null afterwards.
     AutoPtr& operator=(AutoPtr&& o) noexcept {
         if (this != &o) set(o.release());
         return *this;
     }
     AutoPtr(AutoPtr const&) = delete;
     AutoPtr& operator=(AutoPtr const&) = delete;
+    /// Tells the leak checker the array is gone, then frees it.
     ~AutoPtr() { free_(p_); }
 
+    ///@{
     /// Holds `p` from now on; the old array is freed unless it is `p` itself.
     void set(T* p) noexcept {
         if (p == p_) return;
@@ -42,6 +47,7 @@ class AutoPtr {
         set(p);
         return *this;
     }
+    ///@}
 
     /// Gives up ownership without freeing; the holder is null afterwards.
     T* release() noexcept {
@@ -50,9 +56,13 @@ class AutoPtr {
         return p;
     }
 
+    /// The array, still owned by the holder; null when empty.
     T* get() const noexcept { return p_; }
+    /// Element `i`; the holder must not be null and `i` must lie inside the array.
     T& operator[](std::size_t i) const noexcept { return p_[i]; }
+    /// True when an array is held.
     explicit operator bool() const noexcept { return p_ != nullptr; }
+    /// True when no array is held.
     bool isNull() const noexcept { return p_ == nullptr; }
 
   private:

@@ -12,6 +12,9 @@
 
 namespace zul {
 
+/// A signed count of microseconds: a point in time (from the Unix epoch, rendered in local
+/// time) or a duration. 0 stands for "no time" where a point is expected. A plain value;
+/// arithmetic and comparison go through toMicroSeconds().
 class ZUL_API Time {
   public:
     /// How now() reads the wall clock.
@@ -64,24 +67,35 @@ class ZUL_API Time {
         int toString(ostr out, const char* format) const;
     };
 
+    ///@{
+    /// `us` microseconds (0 by default).
     Time() : us_(0) {}
-    /// `us` microseconds.
     Time(long long us) : us_(us) {}
+    ///@}
 
+    ///@{
+    /// `s` seconds, `ms` milliseconds or `us` microseconds (the product is not checked for
+    /// overflow).
     static Time seconds(long long s) { return Time(s * 1000000LL); }
     static Time milliSeconds(long long ms) { return Time(ms * 1000LL); }
     static Time microSeconds(long long us) { return Time(us); }
-    /// The current wall-clock time.
+    ///@}
+    /// The current wall-clock time. With Syscall a failing read throws
+    /// ThreadSyscallException (with errno); with Portable it gives -1 s.
     static Time now(Clock clock = Portable);
 
     /// Truncated toward zero.
     long long toSeconds() const { return us_ / 1000000LL; }
     /// Truncated toward zero.
     long long toMilliSeconds() const { return us_ / 1000LL; }
+    /// The count.
     long long toMicroSeconds() const { return us_; }
+    ///@{
+    /// The count in seconds, milliseconds or microseconds as a double, with its fraction.
     double toSecondsDouble() const { return static_cast<double>(us_) / 1e6; }
     double toMilliSecondsDouble() const { return static_cast<double>(us_) / 1000.0; }
     double toMicroSecondsDouble() const { return static_cast<double>(us_); }
+    ///@}
 
     /// Seconds truncated toward zero, microseconds the remainder (same sign as the count).
     operator timeval() const;
@@ -89,22 +103,30 @@ class ZUL_API Time {
     /// once for a duration that is not positive.
     void sleep() const;
 
+    ///@{
     /// Clears `out`, then writes the full date-time text of the local time (the epoch for a
-    /// Time of 0), or "<INVALID DATETIME(count)>" when the conversion fails. No allocation.
+    /// Time of 0), or "<INVALID DATETIME(count)>" when the conversion fails; never throws for
+    /// that. The ostr form allocates nothing; the others replace `out` or return the text.
     void toFullDateTime(ostr out) const;
     void toFullDateTime(String& out) const;
     String toFullDateTime() const;
+    ///@}
+    ///@{
     /// Like toFullDateTime with milliseconds only; a Time of 0 writes "<null>".
     void toDateTime(ostr out) const;
     void toDateTime(String& out) const;
     String toDateTime() const;
+    ///@}
 
     /// snprintf_s into `out` of the eight Detail fields with `format`; its result. A failing
-    /// calendar conversion throws InvalidDataException.
+    /// calendar conversion throws InvalidDataException (recorded first).
     int format(ostr out, const char* format) const;
-    /// The same through a 64-character stack buffer, copied into `out`.
+    ///@{
+    /// The same through a 64-character stack buffer (longer texts are cut to 63 characters),
+    /// copied into `out` or returned; throws as the ostr form does.
     int format(String& out, const char* format) const;
     String format(const char* format) const;
+    ///@}
 
     /// Signed seconds with six decimals: "-1.500000".
     String toString() const;

@@ -18,30 +18,41 @@ class Bytes;
 /// Read-only, non-owning view of wide text: size (in elements), then pointer. A null pointer
 /// is empty text for every operation.
 struct ZUL_API iwstr {
+    /// As a length: "measure up to the terminating 0 element" (0 for a null pointer).
     static constexpr size_t npos = static_cast<size_t>(-1);
-    size_t size;
-    const wchar_t* data;
+    size_t size;          ///< wchar_t elements in the view
+    const wchar_t* data;  ///< the first element; may be null (then size is 0)
 
+    ///@{
+    /// A view of n elements at `p`; n = npos measures `p` with wcslen (0 for null). With no
+    /// pointer, or a null one, the view is empty.
     iwstr() : size(0), data(nullptr) {}
     iwstr(std::nullptr_t) : size(0), data(nullptr) {}
-    /// n = npos measures `p` with wcslen (0 for null).
     iwstr(const wchar_t* p, size_t n = npos)
         : size(p == nullptr ? 0 : (n == npos ? std::wcslen(p) : n)), data(p) {}
+    ///@}
+    /// Views the string's elements; valid while the string is neither changed nor destroyed.
     iwstr(const std::wstring& s) : size(s.size()), data(s.data()) {}
     /// The first min(s.size, n) elements of `s`.
     iwstr(const iwstr& s, size_t n) : size(s.size < n ? s.size : n), data(s.data) {}
+    ///@{
+    /// Copies the view (pointer and size), never the text.
     iwstr(const iwstr&) = default;
     iwstr& operator=(const iwstr&) = default;
+    ///@}
 
     /// Byte-wise order of the elements (so U+0100 sorts before U+00FF); on a tie the shorter
     /// view is smaller. Negative, 0 or positive.
     int compare(const iwstr& o) const;
+    ///@{
+    /// Equality and order as compare() gives them.
     bool operator==(const iwstr& o) const { return compare(o) == 0; }
     bool operator!=(const iwstr& o) const { return compare(o) != 0; }
     bool operator<(const iwstr& o) const { return compare(o) < 0; }
     bool operator>(const iwstr& o) const { return compare(o) > 0; }
     bool operator<=(const iwstr& o) const { return compare(o) <= 0; }
     bool operator>=(const iwstr& o) const { return compare(o) >= 0; }
+    ///@}
 
     /// Elements [min(pos, size), +min(size - start, n)).
     iwstr substr(size_t pos, size_t n = npos) const {
@@ -49,6 +60,7 @@ struct ZUL_API iwstr {
         size_t rest = size - start;
         return iwstr(data == nullptr ? nullptr : data + start, n < rest ? n : rest);
     }
+    /// The first min(n, size) elements.
     iwstr leftstr(size_t n) const { return substr(0, n); }
     /// The last min(n, size) elements; the whole view for npos.
     iwstr rightstr(size_t n) const {
@@ -61,9 +73,12 @@ struct ZUL_API iwstr {
     }
     /// Without the last n elements; n must not exceed size.
     iwstr removeRight(size_t n) const { return iwstr(data, size - n); }
-    /// Removes x.size elements without looking at them.
+    ///@{
+    /// Removes x.size elements at the front or the back without looking at them; x.size must
+    /// not exceed size.
     iwstr removeLeft(const iwstr& x) const { return removeLeft(x.size); }
     iwstr removeRight(const iwstr& x) const { return removeRight(x.size); }
+    ///@}
     /// True when the view starts with `x` (never when it is shorter than `x`).
     bool beginWith(const iwstr& x) const { return iwstr(*this, x.size).compare(x) == 0; }
     /// True when the view ends with `x` (never when it is shorter than `x`).
@@ -84,30 +99,35 @@ ZUL_API std::ostream& operator<<(std::ostream& os, const iwstr& s);
 
 /// Wide text, as an overload selector for the tag conversions.
 struct wstr {
-    iwstr text;
+    iwstr text;  ///< the wide text; must outlive the tag
+    /// Holds a view of `s`.
     explicit wstr(const iwstr& s) : text(s) {}
 };
 /// 8-bit text in the local 8-bit encoding (UTF-8 here), as an overload selector.
 struct ansi {
-    istr text;
+    istr text;  ///< the 8-bit text; must outlive the tag
+    /// Holds a view of `s`.
     explicit ansi(const istr& s) : text(s) {}
 };
 /// UTF-8 text, as an overload selector.
 struct utf8 {
-    istr text;
+    istr text;  ///< the UTF-8 text; must outlive the tag
+    /// Holds a view of `s`.
     explicit utf8(const istr& s) : text(s) {}
 };
 
 // ---- String-level conversions. Each empties its output first; a failed conversion leaves
 // the output empty (all or nothing). Null or empty input converts nothing.
 
-/// Decodes UTF-8 into wide text.
+/// Decodes UTF-8 into wide text; `out` is left empty when `src` is not valid UTF-8.
 ZUL_API void utf8ToWstring(const istr& src, std::wstring& out);
-/// Decodes 8-bit text (UTF-8) into wide text.
+/// Decodes 8-bit text (UTF-8) into wide text; `out` is left empty when `src` is not valid.
 ZUL_API void ansiToWstring(const istr& src, std::wstring& out);
-/// Encodes wide text as UTF-8; a terminating 0 element is not part of the result.
+/// Encodes wide text as UTF-8; a terminating 0 element is not part of the result, and `out`
+/// is left empty when an element has no UTF-8 form.
 ZUL_API void wstringToUtf8(const iwstr& src, Bytes& out);
-/// Encodes wide text as 8-bit text (UTF-8).
+/// Encodes wide text as 8-bit text (UTF-8); `out` is left empty when an element has no
+/// UTF-8 form.
 ZUL_API void wstringToAnsi(const iwstr& src, String& out);
 /// Copies the bytes (UTF-8 and the 8-bit form are the same).
 ZUL_API void utf8ToAnsi(const istr& src, String& out);
@@ -131,6 +151,10 @@ ZUL_API AutoPtr<wchar_t> to_wstr(const wchar_t* s);
 
 // ---- Tag conversions: any of the three forms from a text whose form the tag states.
 
+///@{
+/// The tagged text as UTF-8 bytes, as a String or as wide text, returned by value. Text that
+/// cannot be converted gives an empty result (and an "[ERROR]" line on standard error); a
+/// null or empty view gives an empty one.
 ZUL_API Bytes toUtf8(const wstr& s);
 ZUL_API String toAnsi(const wstr& s);
 ZUL_API std::wstring toWstring(const wstr& s);
@@ -141,6 +165,7 @@ ZUL_API std::wstring toWstring(const ansi& s);
 ZUL_API Bytes toUtf8(const utf8& s);
 ZUL_API String toAnsi(const utf8& s);
 ZUL_API std::wstring toWstring(const utf8& s);
+///@}
 
 namespace detail {
 

@@ -21,10 +21,13 @@ namespace zul {
 /// fresh one per call, so calls may run concurrently.
 class ZUL_API des3 {
   public:
+    ///@{
     /// Values of the mode argument.
     static constexpr unsigned char ENCRYPT = 0;
     static constexpr unsigned char DECRYPT = 1;
+    ///@}
 
+    /// A zeroed working state.
     des3();
 
     /// Encrypts `data` into `out`, replacing its content. The key is the first 8 bytes of

@@ -35,12 +35,20 @@ class ZUL_API MemLeakChecker {
         detail::g__checkerIdle.store(false, std::memory_order_relaxed);
         started_ = true;
     }
-    /// Stops keeping records and deletes this checker; the next instance() makes a new one.
+    /// Stops keeping records, writes the report as an information record when the library
+    /// logger's information switch is on, and deletes this checker; the next instance() makes
+    /// a new one. Call it only while no other thread allocates through the helpers.
     void stop();
+    ///@{
+    /// Turns on or off the echo of every record ("+++ ") and release ("--- ") on the console;
+    /// the records themselves are kept either way.
     void dumpOn() { dumpOn_ = true; }
     void dumpOff() { dumpOn_ = false; }
+    ///@}
 
+    /// True between start() and stop().
     bool started() const { return started_; }
+    /// True while records and releases are echoed on the console.
     bool dumping() const { return dumpOn_; }
 
     /// Records `p` as allocated at the site (replacing an older record); no-op when stopped.
@@ -49,9 +57,11 @@ class ZUL_API MemLeakChecker {
     /// null or unknown `p` (an unknown one is also noticed on the console).
     bool pop(void* p, char const* file, unsigned int line, char const* func);
 
+    ///@{
     /// Number of records held.
     std::size_t size() const;
     std::size_t count() const { return size(); }
+    ///@}
     /// Number of records held for one allocating site.
     std::size_t count(Current const& site) const;
 

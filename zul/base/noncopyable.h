@@ -6,8 +6,11 @@ namespace zul {
 /// Derive from this to make a class neither copyable nor copy-assignable.
 class noncopyable {
   protected:
+    ///@{
+    /// For derived classes only; not a polymorphic base (the destructor is not virtual).
     noncopyable() = default;
     ~noncopyable() = default;
+    ///@}
 
   public:
     noncopyable(const noncopyable&) = delete;

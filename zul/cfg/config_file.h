@@ -43,7 +43,10 @@ class ZUL_API ConfigFile {
     /// Type "zul::ConfigFile" with enable_, config_, mps_ and codepage_.
     void dump(dumper& d) const;
 
+    /// Names the file given by ECS_CLI_CFG_FILE (the default when unset), then load(), which
+    /// it lets throw. instance() is the usual way to one.
     ConfigFile();
+    /// Releases the tree.
     ~ConfigFile() = default;
     ConfigFile(ConfigFile const&) = delete;
     ConfigFile& operator=(ConfigFile const&) = delete;

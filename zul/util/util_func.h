@@ -45,13 +45,18 @@ ZUL_API char* StrToLower(char* p, size_t n = istr::npos);
 /// True for a non-empty text of decimal digits only.
 ZUL_API bool StrIsAllDigits(const char* p);
 
-/// Erases trailing white space.
+///@{
+/// Erases trailing white space (CharIsSpace).
 ZUL_API void StrTrimRight(std::string& s);
 ZUL_API void StrTrimRight(std::wstring& s);
+///@}
 
-/// Removes one enclosing pair of `c` (first and last character) when there is one.
+///@{
+/// Removes one enclosing pair of `c` (first and last character, at least two characters)
+/// when there is one.
 ZUL_API void trimLeftRight(std::string& s, char c);
 ZUL_API void trimLeftRight(std::wstring& s, wchar_t c);
+///@}
 
 // ---- Memory: null-tolerant, through the bounds-checked functions ------------------------
 
@@ -71,10 +76,16 @@ ZUL_API int MemCmp(const void* a, const void* b, size_t n);
 
 // ---- Characters ---------------------------------------------------------------------------
 
+///@{
+/// The C library's upper- or lower-case form of the byte's unsigned value; other bytes are
+/// returned unchanged.
 ZUL_API char CharToUpper(char c);
 ZUL_API char CharToLower(char c);
+///@}
 
-// Classification by the C library's classes of the byte's unsigned value.
+///@{
+/// Classification by the C library's classes of the byte's unsigned value (iswspace and
+/// iswprint for a wide character).
 ZUL_API bool CharIsDigit(char c);
 ZUL_API bool CharIsSpace(char c);
 ZUL_API bool CharIsPrint(char c);
@@ -88,6 +99,7 @@ ZUL_API bool CharIsAlnum(char c);
 ZUL_API bool CharIsGraph(char c);
 ZUL_API bool CharIsSpace(wchar_t c);
 ZUL_API bool CharIsPrint(wchar_t c);
+///@}
 
 /// True when `c` occurs in `set`; the terminator counts, so '\0' is in every set.
 ZUL_API bool CharIn(char c, const char* set);
@@ -97,13 +109,17 @@ ZUL_API char HexToChar(unsigned char v);
 /// The value 0-15 of a hex digit (either case), or 255 for any other character.
 ZUL_API unsigned char HexFromChar(char c);
 
+///@{
 /// Address of character `i` of `p` (i == size addresses the terminator); throws
-/// zul::OutOfRangeException for a null `p` or i > size.
+/// zul::OutOfRangeException (recorded first) for a null `p` or i > size.
 ZUL_API char* CharAt(char* p, size_t size, size_t i);
 ZUL_API unsigned char* CharAt(unsigned char* p, size_t size, size_t i);
+///@}
+///@{
 /// As above, but out of range it returns the address of a shared NUL instead of throwing.
 ZUL_API const char* CharAt(const char* p, size_t size, size_t i);
 ZUL_API const unsigned char* CharAt(const unsigned char* p, size_t size, size_t i);
+///@}
 
 /// Writes `s`, or "<null>" for a null pointer.
 ZUL_API std::ostream& Print(std::ostream& os, const char* s);
@@ -111,9 +127,11 @@ ZUL_API std::ostream& Print(std::ostream& os, const char* s);
 /// anything else as '\' and its octal code.
 ZUL_API std::ostream& Print(std::ostream& os, char c);
 
-/// `p`, or the text "<null>" for a null pointer.
+///@{
+/// `p`, or the text "<null>" (static storage) for a null pointer.
 ZUL_API const char* SafeStr(const char* p);
 ZUL_API const unsigned char* SafeStr(const unsigned char* p);
+///@}
 
 // ---- Process and system -------------------------------------------------------------------
 
@@ -137,7 +155,9 @@ ZUL_API String normalizeName(const istr& name);
 /// The application's shutdown announcement: a process-wide flag that is never cleared.
 /// The library does not consult it; components that poll it may.
 struct ZUL_API System {
+    /// Announces the shutdown; closing() is true from then on.
     static void close();
+    /// True once close() was called, on any thread.
     static bool closing();
 };
 
@@ -151,26 +171,38 @@ ZUL_API dumper& operator<<(dumper& d, const ACE_INET_Addr& addr);
 /// N bytes holding an integer in network order (most significant byte first).
 template <size_t N>
 struct octets {
-    unsigned char bytes[N];
+    unsigned char bytes[N];  ///< most significant first
 
+    ///@{
+    /// Byte `i`, 0 being the most significant; `i` must be below N.
     unsigned char& operator[](size_t i) { return bytes[i]; }
     const unsigned char& operator[](size_t i) const { return bytes[i]; }
+    ///@}
+    /// N.
     static constexpr size_t size() { return N; }
+    ///@{
+    /// Byte-wise equality.
     friend bool operator==(const octets& a, const octets& b) {
         for (size_t i = 0; i < N; ++i)
             if (a.bytes[i] != b.bytes[i]) return false;
         return true;
     }
     friend bool operator!=(const octets& a, const octets& b) { return !(a == b); }
+    ///@}
 };
 
+///@{
+/// `v` as 2, 4 or 8 bytes in network order; the 4-byte form keeps only the low 32 bits.
 ZUL_API octets<2> hton(unsigned short v);
-/// Only the low 32 bits of `v` are kept.
 ZUL_API octets<4> hton(unsigned long v);
 ZUL_API octets<8> hton(unsigned long long v);
+///@}
+///@{
+/// The integer that the 2, 4 or 8 bytes of `o` hold in network order.
 ZUL_API unsigned short ntoh(octets<2> o);
 ZUL_API unsigned long ntoh(octets<4> o);
 ZUL_API unsigned long long ntoh(octets<8> o);
+///@}
 
 /// The IPv4 address of a NUL-terminated dotted text, in network order in the low 32 bits;
 /// all 32 bits set for text that is not an address.
