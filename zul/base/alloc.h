@@ -10,13 +10,16 @@
 #include <utility>
 
 ///@{
+
 /// Located allocation: the site arguments label the block for the caller's bookkeeping and
 /// are otherwise ignored; the memory comes from the ordinary global operator new.
 ZUL_API void* operator new(std::size_t size, char const* file, unsigned int line, char const* func);
 ZUL_API void* operator new[](std::size_t size, char const* file, unsigned int line,
                              char const* func);
 ///@}
+
 ///@{
+
 /// Matching releases (also used by a throwing constructor in a located new-expression).
 ZUL_API void operator delete(void* p, char const* file, unsigned int line,
                              char const* func) noexcept;

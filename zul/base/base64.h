@@ -13,12 +13,14 @@ namespace zul {
 class ZUL_API Base64 {
   public:
     ///@{
+
     /// Encodes `data` into `out` (replacing its content), breaking the text into lines of 76
     /// characters separated by "\r\n", with no break at the end. Empty data leaves `out`
     /// untouched.
     static void encode(istr data, String& out);
     static void encode(std::vector<unsigned char> const& data, String& out);
     ///@}
+
     /// The alphabet character of the 6-bit value `v` (only its low six bits count).
     static char encode(unsigned char v);
 

@@ -36,6 +36,7 @@ class AutoPtr {
     ~AutoPtr() { free_(p_); }
 
     ///@{
+
     /// Holds `p` from now on; the old array is freed unless it is `p` itself.
     void set(T* p) noexcept {
         if (p == p_) return;

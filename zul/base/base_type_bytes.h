@@ -29,10 +29,12 @@ class ZUL_API Bytes {
     ~Bytes();
 
     ///@{
+
     /// Releases the buffer and zeroes all fields.
     void free();
     void clear() { free(); }
     ///@}
+
     /// Zeroes the fields without releasing (for a buffer whose ownership went elsewhere).
     void reset();
     /// Allocates a fresh buffer of `n` bytes without releasing the previous one.
@@ -54,6 +56,7 @@ class ZUL_API Bytes {
     bool empty() const { return size_ == 0; }
 
     ///@{
+
     /// The buffer, owned by the Bytes and valid until it grows or is released; null when
     /// nothing is allocated.
     unsigned char* data() { return buffer_; }
@@ -63,11 +66,14 @@ class ZUL_API Bytes {
     unsigned char* begin() { return buffer_; }
     unsigned char const* begin() const { return buffer_; }
     ///@}
+
     ///@{
+
     /// Past the last byte in use.
     unsigned char* end() { return buffer_ + size_; }
     unsigned char const* end() const { return buffer_ + size_; }
     ///@}
+
     /// The buffer as characters; NUL-terminated only where a NUL was written past the size
     /// (as ansiToUtf8 does).
     char const* c_str() const { return reinterpret_cast<char const*>(buffer_); }
@@ -78,6 +84,7 @@ class ZUL_API Bytes {
     operator ostr() { return ostr(buffer_, capacity_); }
 
     ///@{
+
     /// Replaces the content with `n` bytes from `p` (a null `p` keeps the old bytes), with the
     /// bytes in use of `o` (nothing for itself) or with the viewed bytes, and sets the size to
     /// match. The source may lie inside this buffer.
@@ -93,6 +100,7 @@ class ZUL_API Bytes {
     /// Releases the own buffer and takes over that of `o`, which is left empty.
     Bytes& operator=(Bytes&& o) noexcept;
     ///@{
+
     /// Replaces the content with a copy of the viewed bytes, or of the bytes in use of `o`, as
     /// set() does.
     Bytes& operator=(istr s);
@@ -101,12 +109,14 @@ class ZUL_API Bytes {
     ///@}
 
     ///@{
+
     /// Appends the bytes of `s`, growing as needed; `s` may view this buffer itself.
     Bytes& append(istr s);
     Bytes& operator+=(istr s) { return append(s); }
     ///@}
 
     ///@{
+
     /// Copies bytes to buffer + offset; size and capacity are unchanged (the caller ensures
     /// room). A null or empty source copies nothing.
     void copy(size_t offset, istr src) { copy(offset, src.data, src.size); }

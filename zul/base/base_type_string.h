@@ -29,6 +29,7 @@ struct ZUL_API istr {
     const char* data;  ///< the first character; may be null (then size is 0)
 
     ///@{
+
     /// A view of n characters at `p`; n = npos measures up to the NUL (0 for a null `p`). With
     /// no pointer, or a null one, the view is empty.
     istr() : size(0), data(nullptr) {}
@@ -37,6 +38,7 @@ struct ZUL_API istr {
         : size(p == nullptr ? 0 : (n == npos ? std::strlen(p) : n)), data(p) {}
     istr(const unsigned char* p, size_t n = npos) : istr(reinterpret_cast<const char*>(p), n) {}
     ///@}
+
     /// Views the string's characters; valid while the string is neither changed nor destroyed.
     istr(const std::string& s) : size(s.size()), data(s.data()) {}
     /// The first min(s.size, n) characters of `s`.
@@ -46,6 +48,7 @@ struct ZUL_API istr {
     /// shorter view is smaller (-1, 0, 1). A non-zero byte difference is returned as it is.
     int compare(const istr& o) const;
     ///@{
+
     /// Equality and order as compare() gives them.
     bool operator==(const istr& o) const {
         return size == o.size &&
@@ -73,11 +76,13 @@ struct ZUL_API istr {
     /// Without the last n characters; n must not exceed size.
     istr removeRight(size_t n) const { return istr(data, size - n); }
     ///@{
+
     /// Removes x.size characters at the front or the back without looking at them; x.size must
     /// not exceed size.
     istr removeLeft(const istr& x) const { return removeLeft(x.size); }
     istr removeRight(const istr& x) const { return removeRight(x.size); }
     ///@}
+
     /// True when the view starts with `x` (never when it is shorter than `x`).
     bool beginWith(const istr& x) const {
         return size >= x.size && (x.size == 0 || std::memcmp(data, x.data, x.size) == 0);
@@ -111,6 +116,7 @@ struct ZUL_API ostr {
     char* buffer;     ///< the writable characters; may be null
 
     ///@{
+
     /// A view of the `cap` bytes at `buf`, which the caller owns; without arguments a null
     /// buffer of capacity 0.
     ostr() : capacity(0), buffer(nullptr) {}
@@ -119,6 +125,7 @@ struct ZUL_API ostr {
     ///@}
 
     ///@{
+
     /// Replaces the text with the first n characters of `p` (all of a NUL-terminated `p`, or
     /// the viewed characters, for the forms without n), truncated to capacity - 1 when it does
     /// not fit. A null buffer or capacity 0 ignores the call; a null `p` or n = 0 leaves the
@@ -182,6 +189,7 @@ class ZUL_API String : public std::string {
     /// An empty string.
     String() = default;
     ///@{
+
     /// Copies the other string's text, or takes it over (the source is left valid but
     /// unspecified).
     String(const String&) = default;
@@ -189,19 +197,25 @@ class ZUL_API String : public std::string {
     String(const std::string& s) : std::string(s) {}
     String(std::string&& s) : std::string(std::move(s)) {}
     ///@}
+
     /// Copies the viewed characters (empty for a null view).
     String(const istr& s) : std::string(s.data != nullptr ? s.data : "", s.size) {}
     ///@{
+
     /// Copies the NUL-terminated text at `p`, which must not be null.
     String(const char* p) : std::string(p) {}
     String(const unsigned char* p) : std::string(reinterpret_cast<const char*>(p)) {}
     ///@}
+
     ///@{
+
     /// Copies exactly n bytes (n is a real length, not the npos sentinel).
     String(const char* p, size_t n) : std::string(p, n) {}
     String(const unsigned char* p, size_t n) : std::string(reinterpret_cast<const char*>(p), n) {}
     ///@}
+
     ///@{
+
     /// Wide text converted to UTF-8 (a null pointer gives an empty string). Never throws for
     /// bad input: text that cannot be encoded gives an empty string and an "[ERROR]" line on
     /// standard error.
@@ -211,6 +225,7 @@ class ZUL_API String : public std::string {
     ///@}
 
     ///@{
+
     /// Replaces the text with a copy of the other string's, or takes it over.
     String& operator=(const String&) = default;
     String& operator=(String&&) = default;
@@ -223,7 +238,9 @@ class ZUL_API String : public std::string {
         return *this;
     }
     ///@}
+
     ///@{
+
     /// Replaces the text with the viewed or NUL-terminated characters; a null pointer (also
     /// inside the view) empties the string.
     String& operator=(const istr& s) {
@@ -241,7 +258,9 @@ class ZUL_API String : public std::string {
         return *this;
     }
     ///@}
+
     ///@{
+
     /// Replaces the text with wide text converted to UTF-8; a null pointer, or text that cannot
     /// be encoded (then with an "[ERROR]" line on standard error), empties the string.
     String& operator=(const std::wstring& s);
@@ -250,6 +269,7 @@ class ZUL_API String : public std::string {
     ///@}
 
     ///@{
+
     /// Appends the text; a null pointer (also inside the view) appends nothing. Returns the
     /// string, so appends chain.
     String& operator+=(const String& s) {
@@ -270,7 +290,9 @@ class ZUL_API String : public std::string {
     String& operator+=(unsigned char* p) { return *this += istr(p); }
     String& operator+=(std::nullptr_t) { return *this; }
     ///@}
+
     ///@{
+
     /// Appends one character.
     String& operator+=(char c) {
         push_back(c);
@@ -281,7 +303,9 @@ class ZUL_API String : public std::string {
         return *this;
     }
     ///@}
+
     ///@{
+
     /// Wide text appended in UTF-8 (a null pointer appends nothing). Text that cannot be
     /// encoded appends nothing and writes an "[ERROR]" line on standard error.
     String& operator+=(const std::wstring& s);
@@ -360,11 +384,13 @@ class ZUL_API StringRef {
     /// Writes min(count, room) copies of `c` at the current size (no terminator).
     StringRef& fill(unsigned char c, size_t count);
     ///@{
+
     /// Appends up to n characters of `p` (npos measures it; a null `p` appends nothing), or the
     /// viewed ones, as far as the room allows, then a NUL if there is room.
     StringRef& append(const char* p, size_t n = istr::npos);
     StringRef& append(const istr& s) { return append(s.data, s.size); }
     ///@}
+
     /// Copies at most maxSize - 1 leading characters to the start, followed by one blank.
     StringRef& left(const istr& s);
     /// Copies at most maxSize - 1 trailing characters to the end, preceded by one blank.
@@ -442,10 +468,12 @@ struct ZUL_API namestring {
 struct ZUL_API Bit {
     bool value;  ///< the wrapped value
     ///@{
+
     /// Wraps `v` (false by default).
     constexpr Bit() : value(false) {}
     constexpr explicit Bit(bool v) : value(v) {}
     ///@}
+
     /// Writes "true" or "false" unquoted.
     void dump(dumper& d) const;
 };
@@ -453,10 +481,12 @@ struct ZUL_API Bit {
 struct ZUL_API Byte {
     unsigned char value;  ///< the wrapped value
     ///@{
+
     /// Wraps `v` (0 by default).
     constexpr Byte() : value(0) {}
     constexpr explicit Byte(unsigned char v) : value(v) {}
     ///@}
+
     /// Writes the value as the dumper writes an unsigned char: a character in single quotes.
     void dump(dumper& d) const;
 };
@@ -464,10 +494,12 @@ struct ZUL_API Byte {
 struct ZUL_API Short {
     short value;  ///< the wrapped value
     ///@{
+
     /// Wraps `v` (0 by default).
     constexpr Short() : value(0) {}
     constexpr explicit Short(short v) : value(v) {}
     ///@}
+
     /// Writes the value in decimal.
     void dump(dumper& d) const;
 };
@@ -475,10 +507,12 @@ struct ZUL_API Short {
 struct ZUL_API Ushort {
     unsigned short value;  ///< the wrapped value
     ///@{
+
     /// Wraps `v` (0 by default).
     constexpr Ushort() : value(0) {}
     constexpr explicit Ushort(unsigned short v) : value(v) {}
     ///@}
+
     /// Writes the value in decimal.
     void dump(dumper& d) const;
 };
@@ -486,10 +520,12 @@ struct ZUL_API Ushort {
 struct ZUL_API Long {
     long value;  ///< the wrapped value
     ///@{
+
     /// Wraps `v` (0 by default).
     constexpr Long() : value(0) {}
     constexpr explicit Long(long v) : value(v) {}
     ///@}
+
     /// Writes the value in decimal.
     void dump(dumper& d) const;
 };
@@ -497,10 +533,12 @@ struct ZUL_API Long {
 struct ZUL_API Ulong {
     unsigned long value;  ///< the wrapped value
     ///@{
+
     /// Wraps `v` (0 by default).
     constexpr Ulong() : value(0) {}
     constexpr explicit Ulong(unsigned long v) : value(v) {}
     ///@}
+
     /// Writes the value in decimal.
     void dump(dumper& d) const;
 };
@@ -508,10 +546,12 @@ struct ZUL_API Ulong {
 struct ZUL_API Longlong {
     long long value;  ///< the wrapped value
     ///@{
+
     /// Wraps `v` (0 by default).
     constexpr Longlong() : value(0) {}
     constexpr explicit Longlong(long long v) : value(v) {}
     ///@}
+
     /// Writes the value in decimal.
     void dump(dumper& d) const;
 };
@@ -519,10 +559,12 @@ struct ZUL_API Longlong {
 struct ZUL_API Wchar {
     wchar_t value;  ///< the wrapped character
     ///@{
+
     /// Wraps `v` (0 by default).
     constexpr Wchar() : value(0) {}
     constexpr explicit Wchar(wchar_t v) : value(v) {}
     ///@}
+
     /// Writes the character in UTF-8.
     void dump(std::ostream& os) const;
     /// Writes the character in UTF-8, quoted.
@@ -530,6 +572,7 @@ struct ZUL_API Wchar {
 };
 
 ///@{
+
 /// The value-to-text forms the library provides: each appends exactly what a default stream
 /// writes, without building one (a wrapper: its value in decimal).
 template <>
@@ -567,6 +610,7 @@ ZUL_API String& String::operator+=(const Ulong& v);
 ///@}
 
 ///@{
+
 /// The text-to-value forms the library provides: the result and the stored value of a default
 /// stream, without building one. char and unsigned char take the first character after white
 /// space; bool reads a number: 0 or 1, another number stores true and fails, no number stores

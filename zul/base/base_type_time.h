@@ -68,18 +68,21 @@ class ZUL_API Time {
     };
 
     ///@{
+
     /// `us` microseconds (0 by default).
     Time() : us_(0) {}
     Time(long long us) : us_(us) {}
     ///@}
 
     ///@{
+
     /// `s` seconds, `ms` milliseconds or `us` microseconds (the product is not checked for
     /// overflow).
     static Time seconds(long long s) { return Time(s * 1000000LL); }
     static Time milliSeconds(long long ms) { return Time(ms * 1000LL); }
     static Time microSeconds(long long us) { return Time(us); }
     ///@}
+
     /// The current wall-clock time. With Syscall a failing read throws
     /// ThreadSyscallException (with errno); with Portable it gives -1 s.
     static Time now(Clock clock = Portable);
@@ -91,6 +94,7 @@ class ZUL_API Time {
     /// The count.
     long long toMicroSeconds() const { return us_; }
     ///@{
+
     /// The count in seconds, milliseconds or microseconds as a double, with its fraction.
     double toSecondsDouble() const { return static_cast<double>(us_) / 1e6; }
     double toMilliSecondsDouble() const { return static_cast<double>(us_) / 1000.0; }
@@ -104,6 +108,7 @@ class ZUL_API Time {
     void sleep() const;
 
     ///@{
+
     /// Clears `out`, then writes the full date-time text of the local time (the epoch for a
     /// Time of 0), or "<INVALID DATETIME(count)>" when the conversion fails; never throws for
     /// that. The ostr form allocates nothing; the others replace `out` or return the text.
@@ -111,7 +116,9 @@ class ZUL_API Time {
     void toFullDateTime(String& out) const;
     String toFullDateTime() const;
     ///@}
+
     ///@{
+
     /// Like toFullDateTime with milliseconds only; a Time of 0 writes "<null>".
     void toDateTime(ostr out) const;
     void toDateTime(String& out) const;
@@ -122,6 +129,7 @@ class ZUL_API Time {
     /// calendar conversion throws InvalidDataException (recorded first).
     int format(ostr out, const char* format) const;
     ///@{
+
     /// The same through a 64-character stack buffer (longer texts are cut to 63 characters),
     /// copied into `out` or returned; throws as the ostr form does.
     int format(String& out, const char* format) const;

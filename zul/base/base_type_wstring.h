@@ -24,6 +24,7 @@ struct ZUL_API iwstr {
     const wchar_t* data;  ///< the first element; may be null (then size is 0)
 
     ///@{
+
     /// A view of n elements at `p`; n = npos measures `p` with wcslen (0 for null). With no
     /// pointer, or a null one, the view is empty.
     iwstr() : size(0), data(nullptr) {}
@@ -31,11 +32,13 @@ struct ZUL_API iwstr {
     iwstr(const wchar_t* p, size_t n = npos)
         : size(p == nullptr ? 0 : (n == npos ? std::wcslen(p) : n)), data(p) {}
     ///@}
+
     /// Views the string's elements; valid while the string is neither changed nor destroyed.
     iwstr(const std::wstring& s) : size(s.size()), data(s.data()) {}
     /// The first min(s.size, n) elements of `s`.
     iwstr(const iwstr& s, size_t n) : size(s.size < n ? s.size : n), data(s.data) {}
     ///@{
+
     /// Copies the view (pointer and size), never the text.
     iwstr(const iwstr&) = default;
     iwstr& operator=(const iwstr&) = default;
@@ -45,6 +48,7 @@ struct ZUL_API iwstr {
     /// view is smaller. Negative, 0 or positive.
     int compare(const iwstr& o) const;
     ///@{
+
     /// Equality and order as compare() gives them.
     bool operator==(const iwstr& o) const { return compare(o) == 0; }
     bool operator!=(const iwstr& o) const { return compare(o) != 0; }
@@ -74,11 +78,13 @@ struct ZUL_API iwstr {
     /// Without the last n elements; n must not exceed size.
     iwstr removeRight(size_t n) const { return iwstr(data, size - n); }
     ///@{
+
     /// Removes x.size elements at the front or the back without looking at them; x.size must
     /// not exceed size.
     iwstr removeLeft(const iwstr& x) const { return removeLeft(x.size); }
     iwstr removeRight(const iwstr& x) const { return removeRight(x.size); }
     ///@}
+
     /// True when the view starts with `x` (never when it is shorter than `x`).
     bool beginWith(const iwstr& x) const { return iwstr(*this, x.size).compare(x) == 0; }
     /// True when the view ends with `x` (never when it is shorter than `x`).
@@ -152,6 +158,7 @@ ZUL_API AutoPtr<wchar_t> to_wstr(const wchar_t* s);
 // ---- Tag conversions: any of the three forms from a text whose form the tag states.
 
 ///@{
+
 /// The tagged text as UTF-8 bytes, as a String or as wide text, returned by value. Text that
 /// cannot be converted gives an empty result (and an "[ERROR]" line on standard error); a
 /// null or empty view gives an empty one.

@@ -22,6 +22,7 @@ namespace zul {
 class ZUL_API des3 {
   public:
     ///@{
+
     /// Values of the mode argument.
     static constexpr unsigned char ENCRYPT = 0;
     static constexpr unsigned char DECRYPT = 1;

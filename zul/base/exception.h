@@ -30,11 +30,13 @@ class ZUL_API Exception : public std::exception {
     ~Exception() override;
 
     ///@{
+
     /// The raising position's parts: the borrowed file and function texts and the line.
     char const* file() const { return info_.file(); }
     unsigned int line() const { return info_.line(); }
     char const* func() const { return info_.func(); }
     ///@}
+
     /// The reported class name.
     char const* name() const { return name_.c_str(); }
     /// The message; empty text when none was given (the thread and handle failures).
@@ -66,18 +68,22 @@ class ZUL_API Exception : public std::exception {
 #define ZUL_DECLARE_EXCEPTION(Class)                                                   \
     class ZUL_API Class : public ::zul::Exception {                                    \
       public:                                                                          \
+        /** Raised at `file`:`line` in `func` with the message `msg`. */               \
         Class(char const* file, unsigned int line, char const* func, char const* msg); \
+        /** Defined in the library, so the type is one across the library boundary. */ \
         ~Class() override;                                                             \
     }
 
 /// Declares a member of the family that differs from Exception only by its reported name
 /// and carries no message (the thread and handle failures): its one constructor takes the
 /// raising site (file, line, func); its destructor is defined in the library.
-#define ZUL_DECLARE_SITE_EXCEPTION(Class)                             \
-    class ZUL_API Class : public ::zul::Exception {                   \
-      public:                                                         \
-        Class(char const* file, unsigned int line, char const* func); \
-        ~Class() override;                                            \
+#define ZUL_DECLARE_SITE_EXCEPTION(Class)                                              \
+    class ZUL_API Class : public ::zul::Exception {                                    \
+      public:                                                                          \
+        /** Raised at `file`:`line` in `func`; the message is empty. */                \
+        Class(char const* file, unsigned int line, char const* func);                  \
+        /** Defined in the library, so the type is one across the library boundary. */ \
+        ~Class() override;                                                             \
     }
 
 /// A position or index outside the range it must lie in (zul::CharAt, for one).

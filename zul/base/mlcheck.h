@@ -40,6 +40,7 @@ class ZUL_API MemLeakChecker {
     /// a new one. Call it only while no other thread allocates through the helpers.
     void stop();
     ///@{
+
     /// Turns on or off the echo of every record ("+++ ") and release ("--- ") on the console;
     /// the records themselves are kept either way.
     void dumpOn() { dumpOn_ = true; }
@@ -58,10 +59,12 @@ class ZUL_API MemLeakChecker {
     bool pop(void* p, char const* file, unsigned int line, char const* func);
 
     ///@{
+
     /// Number of records held.
     std::size_t size() const;
     std::size_t count() const { return size(); }
     ///@}
+
     /// Number of records held for one allocating site.
     std::size_t count(Current const& site) const;
 

@@ -7,6 +7,7 @@ namespace zul {
 class noncopyable {
   protected:
     ///@{
+
     /// For derived classes only; not a polymorphic base (the destructor is not virtual).
     noncopyable() = default;
     ~noncopyable() = default;

@@ -46,12 +46,14 @@ ZUL_API char* StrToLower(char* p, size_t n = istr::npos);
 ZUL_API bool StrIsAllDigits(const char* p);
 
 ///@{
+
 /// Erases trailing white space (CharIsSpace).
 ZUL_API void StrTrimRight(std::string& s);
 ZUL_API void StrTrimRight(std::wstring& s);
 ///@}
 
 ///@{
+
 /// Removes one enclosing pair of `c` (first and last character, at least two characters)
 /// when there is one.
 ZUL_API void trimLeftRight(std::string& s, char c);
@@ -77,6 +79,7 @@ ZUL_API int MemCmp(const void* a, const void* b, size_t n);
 // ---- Characters ---------------------------------------------------------------------------
 
 ///@{
+
 /// The C library's upper- or lower-case form of the byte's unsigned value; other bytes are
 /// returned unchanged.
 ZUL_API char CharToUpper(char c);
@@ -84,6 +87,7 @@ ZUL_API char CharToLower(char c);
 ///@}
 
 ///@{
+
 /// Classification by the C library's classes of the byte's unsigned value (iswspace and
 /// iswprint for a wide character).
 ZUL_API bool CharIsDigit(char c);
@@ -110,12 +114,15 @@ ZUL_API char HexToChar(unsigned char v);
 ZUL_API unsigned char HexFromChar(char c);
 
 ///@{
+
 /// Address of character `i` of `p` (i == size addresses the terminator); throws
 /// zul::OutOfRangeException (recorded first) for a null `p` or i > size.
 ZUL_API char* CharAt(char* p, size_t size, size_t i);
 ZUL_API unsigned char* CharAt(unsigned char* p, size_t size, size_t i);
 ///@}
+
 ///@{
+
 /// As above, but out of range it returns the address of a shared NUL instead of throwing.
 ZUL_API const char* CharAt(const char* p, size_t size, size_t i);
 ZUL_API const unsigned char* CharAt(const unsigned char* p, size_t size, size_t i);
@@ -128,6 +135,7 @@ ZUL_API std::ostream& Print(std::ostream& os, const char* s);
 ZUL_API std::ostream& Print(std::ostream& os, char c);
 
 ///@{
+
 /// `p`, or the text "<null>" (static storage) for a null pointer.
 ZUL_API const char* SafeStr(const char* p);
 ZUL_API const unsigned char* SafeStr(const unsigned char* p);
@@ -174,13 +182,16 @@ struct octets {
     unsigned char bytes[N];  ///< most significant first
 
     ///@{
+
     /// Byte `i`, 0 being the most significant; `i` must be below N.
     unsigned char& operator[](size_t i) { return bytes[i]; }
     const unsigned char& operator[](size_t i) const { return bytes[i]; }
     ///@}
+
     /// N.
     static constexpr size_t size() { return N; }
     ///@{
+
     /// Byte-wise equality.
     friend bool operator==(const octets& a, const octets& b) {
         for (size_t i = 0; i < N; ++i)
@@ -192,12 +203,15 @@ struct octets {
 };
 
 ///@{
+
 /// `v` as 2, 4 or 8 bytes in network order; the 4-byte form keeps only the low 32 bits.
 ZUL_API octets<2> hton(unsigned short v);
 ZUL_API octets<4> hton(unsigned long v);
 ZUL_API octets<8> hton(unsigned long long v);
 ///@}
+
 ///@{
+
 /// The integer that the 2, 4 or 8 bytes of `o` hold in network order.
 ZUL_API unsigned short ntoh(octets<2> o);
 ZUL_API unsigned long ntoh(octets<4> o);

@@ -19,6 +19,7 @@ class XMLParser;
 /// later one starts); a callback must not parse, release or clear through `parser`.
 class ZUL_API XMLParserCallback {
   public:
+    /// Defined in the library; a callback is not owned by the parser it is given to.
     virtual ~XMLParserCallback();
     /// An element's name is known; its attributes are not read yet.
     virtual void onNodeStart(XMLParser& parser, XMLNode* node) = 0;
