@@ -144,14 +144,16 @@ TEST(Exception, EveryClassReportsItsNameAndIsCaughtThroughTheBases) {
 
 TEST(Exception, RaiseBuildsTokenColonTextAndKeepsSite) {
     try {
-        ZUL_RAISE_AT(zul::OutOfRangeException, 370, "zul::OutOfRangeException",
+        constexpr zul::detail::RecordPosition at{"zul/util/util_func.cpp", 370, "CharAt"};
+        ZUL_RAISE_AT(zul::OutOfRangeException, at, "zul::OutOfRangeException",
                      "zul::OutOfRangeException");
         FAIL() << "nothing thrown";
     } catch (const zul::Exception& e) {
         EXPECT_STREQ(e.name(), "zul::OutOfRangeException");
         EXPECT_STREQ(e.msg(), "zul::OutOfRangeException: zul::OutOfRangeException");
         EXPECT_EQ(e.line(), 370u);
-        EXPECT_STREQ(e.file(), "tests/base/exception_test.cpp");
+        EXPECT_STREQ(e.file(), "zul/util/util_func.cpp");
+        EXPECT_STREQ(e.func(), "CharAt");
     }
 }
 

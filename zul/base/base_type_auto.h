@@ -3,15 +3,15 @@
 #pragma once
 
 #include <zul/base/alloc.h>
+#include <zul/base/record_position.h>
 
 #include <cstddef>
 
 namespace zul {
 namespace detail {
-// Label under which an AutoPtr reports the release of its array.
-constexpr char const* kAutoPtrFile = "zul/base/base_type_auto";
-constexpr unsigned int kAutoPtrLine = 46;
-constexpr char const* kAutoPtrFunc = "~AutoPtr";
+// The leak label under which an AutoPtr reports the release of its array: fixed by the
+// record format, not where the code stands.
+inline constexpr RecordPosition kAutoPtrRelease{"zul/base/base_type_auto", 46, "~AutoPtr"};
 }  // namespace detail
 
 /// Owns one heap array of T (allocated with new[]) and frees it with delete[]. Move-only;
@@ -70,7 +70,8 @@ class AutoPtr {
     // The leak checker hears of the release first, then the array goes.
     static void free_(T* p) noexcept {
         if (p == nullptr) return;
-        destroy_pop(p, detail::kAutoPtrFile, detail::kAutoPtrLine, detail::kAutoPtrFunc);
+        destroy_pop(p, detail::kAutoPtrRelease.file, detail::kAutoPtrRelease.line,
+                    detail::kAutoPtrRelease.func);
         delete[] p;
     }
 

@@ -1,6 +1,7 @@
 // zul::Bytes: allocation, growth and copying of the owning byte buffer.
 #include <zul/base/alloc.h>
 #include <zul/base/base_type_bytes.h>
+#include <zul/base/record_position.h>
 #include <zul/util/util_func.h>
 
 #include <cstring>
@@ -9,12 +10,15 @@
 namespace zul {
 namespace {
 
-// Labels of the buffer's allocation and release in the leak checker.
-constexpr char const* kSourceFile = "zul/base/base_type_bytes";
-constexpr unsigned int kAllocLine = 166;
-constexpr char const* kAllocFunc = "alloc";
-constexpr unsigned int kFreeLine = 171;
-constexpr char const* kFreeFunc = "free";
+// The leak labels of the buffer's allocation and release: fixed by the record format, not
+// where the code stands.
+struct RecordPositions {
+    detail::RecordPosition alloc{"zul/base/base_type_bytes", 166, "alloc"};
+    detail::RecordPosition free{"zul/base/base_type_bytes", 171, "free"};
+};
+constexpr RecordPositions kRecordPositions{};
+constexpr detail::RecordPosition const& kAlloc = kRecordPositions.alloc;
+constexpr detail::RecordPosition const& kFree = kRecordPositions.free;
 
 // Copies `n` bytes into a destination of exactly `n` bytes (bounds-checked).
 void copyBytes(unsigned char* dst, void const* src, size_t n) {
@@ -44,7 +48,7 @@ Bytes::~Bytes() {
 }
 
 void Bytes::free() {
-    destroy_a(buffer_, kSourceFile, kFreeLine, kFreeFunc);
+    destroy_a(buffer_, kFree.file, kFree.line, kFree.func);
     reset();
 }
 
@@ -55,14 +59,14 @@ void Bytes::reset() {
 }
 
 void Bytes::alloc(size_t n) {
-    buffer_ = allocate_push_maybe(new (kSourceFile, kAllocLine, kAllocFunc) unsigned char[n],
-                                  kSourceFile, kAllocLine, kAllocFunc);
+    buffer_ = allocate_push_maybe(new (kAlloc.file, kAlloc.line, kAlloc.func) unsigned char[n],
+                                  kAlloc.file, kAlloc.line, kAlloc.func);
     capacity_ = n;
 }
 
 void Bytes::resize(size_t n) {
     unsigned char* old = grow_i(n);
-    destroy_a(old, kSourceFile, kFreeLine, kFreeFunc);
+    destroy_a(old, kFree.file, kFree.line, kFree.func);
 }
 
 unsigned char* Bytes::grow_i(size_t n) {
@@ -125,7 +129,7 @@ Bytes& Bytes::append(istr s) {
     // A source inside this buffer (b += b) stays alive until it has been copied.
     unsigned char* old = grow_i(size_ + s.size);
     if (s.data != nullptr && s.size != 0) copyBytes(buffer_ + size_, s.data, s.size);
-    destroy_a(old, kSourceFile, kFreeLine, kFreeFunc);
+    destroy_a(old, kFree.file, kFree.line, kFree.func);
     size_ += s.size;
     return *this;
 }

@@ -8,6 +8,7 @@
 #include <zul/base/base_type_time.h>
 #include <zul/base/exception.h>
 #include <zul/base/raise.h>
+#include <zul/base/record_position.h>
 #include <zul/mt/mutex.h>
 #include <zul/platform/bounds_checked.h>
 
@@ -22,9 +23,12 @@ namespace zul {
 
 namespace {
 
-// Source lines that the failure records of this file carry.
-constexpr unsigned int kDetailFailLine = 75;
-constexpr unsigned int kNowFailLine = 170;
+// Where the failures of this file say they come from: fixed by the record format.
+struct RecordPositions {
+    detail::RecordPosition detailFailed{__FILE__, 75, "Detail"};
+    detail::RecordPosition nowFailed{__FILE__, 170, "now"};
+};
+constexpr RecordPositions kRecordPositions{};
 
 constexpr long long kMicrosPerSecond = 1000000LL;
 constexpr unsigned long long kMicrosPerDay = 86400000000ULL;
@@ -228,7 +232,7 @@ Time::Detail::Detail(const Time& t) {
     const long long s = t.us_ / kMicrosPerSecond;
     std::tm tm;
     if (!localTime(s, &tm)) {
-        ZUL_RAISE_AT(InvalidDataException, kDetailFailLine, "InvalidDataException",
+        ZUL_RAISE_AT(InvalidDataException, kRecordPositions.detailFailed, "InvalidDataException",
                      "InvalidDataException");
     }
     year = tm.tm_year + 1900;
@@ -288,7 +292,10 @@ Time Time::now(Clock clock) {
     timeval tv;
     auto hook = g_clockHook.load(std::memory_order_acquire);
     const int rc = hook != nullptr ? hook(&tv) : ::gettimeofday(&tv, nullptr);
-    if (rc != 0) throw ThreadSyscallException(__FILE__, kNowFailLine, __func__, errno);
+    if (rc != 0)
+        throw ThreadSyscallException(kRecordPositions.nowFailed.file,
+                                     kRecordPositions.nowFailed.line,
+                                     kRecordPositions.nowFailed.func, errno);
     return Time(static_cast<long long>(tv.tv_sec) * kMicrosPerSecond + tv.tv_usec);
 }
 

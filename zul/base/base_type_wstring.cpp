@@ -4,6 +4,7 @@
 #include <zul/base/alloc.h>
 #include <zul/base/base_type_bytes.h>
 #include <zul/base/base_type_wstring.h>
+#include <zul/base/record_position.h>
 #include <zul/platform/bounds_checked.h>
 #include <zul/util/util_func.h>
 
@@ -28,17 +29,21 @@ constexpr char const kToUtf8Name[] = "ZUL_WSTRING_TO_UTF8";
 constexpr char const kToUtf8Open[] = "iconv_open(ICONV_UTF8_CODENAME, ICONV_WSTR_CODENAME)";
 constexpr char const kToUtf8Conv[] = "iconv";
 
-// Labels of the conversion buffers in the leak checker.
+// The leak labels of the conversion buffers: fixed by the record format (the conversions were
+// once part of the string source), not where the code stands.
 constexpr char const kBufFile[] = "zul/base/base_type_string";
-constexpr unsigned int kUtf8ToWstringLine = 491;
-constexpr unsigned int kWstringToUtf8Line = 512;
-constexpr unsigned int kAnsiToWstringLine = 530;
-constexpr unsigned int kWstringToAnsiLine = 547;
-constexpr unsigned int kToStrCharLine = 564;
-constexpr unsigned int kToStrWcharLine = 578;
-constexpr unsigned int kToUtf8StrLine = 594;
-constexpr unsigned int kToWstrCharLine = 610;
-constexpr unsigned int kToWstrWcharLine = 625;
+struct RecordPositions {
+    zul::detail::RecordPosition utf8ToWstring{kBufFile, 491, "utf8ToWstring"};
+    zul::detail::RecordPosition wstringToUtf8{kBufFile, 512, "wstringToUtf8"};
+    zul::detail::RecordPosition ansiToWstring{kBufFile, 530, "ansiToWstring"};
+    zul::detail::RecordPosition wstringToAnsi{kBufFile, 547, "wstringToAnsi"};
+    zul::detail::RecordPosition toStrChar{kBufFile, 564, "to_str"};
+    zul::detail::RecordPosition toStrWchar{kBufFile, 578, "to_str"};
+    zul::detail::RecordPosition toUtf8Str{kBufFile, 594, "to_utf8str"};
+    zul::detail::RecordPosition toWstrChar{kBufFile, 610, "to_wstr"};
+    zul::detail::RecordPosition toWstrWchar{kBufFile, 625, "to_wstr"};
+};
+constexpr RecordPositions kRecordPositions{};
 
 // The longest UTF-8 sequence the encoder is allowed to produce for one element.
 constexpr size_t kUtf8BytesPerElement = 6;
@@ -152,17 +157,17 @@ size_t encode(wchar_t const* src, size_t srcCount, char* dst, size_t dstBytes, b
 
 // A tracked array of n elements; the AutoPtr reports its release.
 template <class T>
-zul::AutoPtr<T> allocateTracked(size_t n, unsigned int line, char const* func) {
-    T* p = new (kBufFile, line, func) T[n];
-    return zul::AutoPtr<T>(zul::allocate_push_maybe(p, kBufFile, line, func));
+zul::AutoPtr<T> allocateTracked(size_t n, zul::detail::RecordPosition const& at) {
+    T* p = new (at.file, at.line, at.func) T[n];
+    return zul::AutoPtr<T>(zul::allocate_push_maybe(p, at.file, at.line, at.func));
 }
 
 // Decodes all of `src` into `out` (assigned), or leaves `out` empty. The buffer of n + 1
 // elements carries the label of the public function that asked.
-void decodeAll(zul::istr const& src, std::wstring& out, unsigned int line, char const* func) {
+void decodeAll(zul::istr const& src, std::wstring& out, zul::detail::RecordPosition const& at) {
     out.clear();
     if (src.data == nullptr || src.size == 0) return;
-    zul::AutoPtr<wchar_t> buf = allocateTracked<wchar_t>(src.size + 1, line, func);
+    zul::AutoPtr<wchar_t> buf = allocateTracked<wchar_t>(src.size + 1, at);
     size_t n = ZUL_UTF8_TO_WSTRING(src.data, src.size, buf.get(), src.size + 1);
     if (n == kFailed || n == 0) return;
     out.assign(buf.get(), n);
@@ -171,11 +176,11 @@ void decodeAll(zul::istr const& src, std::wstring& out, unsigned int line, char 
 // Encodes all of `src` as UTF-8 into a tracked buffer of 6n + 1 bytes; returns the length of
 // the result (a final NUL is not counted) or kFailed. Null or empty input gives 0 and no
 // buffer.
-size_t encodeAll(zul::iwstr const& src, zul::AutoPtr<char>& buf, unsigned int line,
-                 char const* func) {
+size_t encodeAll(zul::iwstr const& src, zul::AutoPtr<char>& buf,
+                 zul::detail::RecordPosition const& at) {
     if (src.data == nullptr || src.size == 0) return 0;
     size_t cap = kUtf8BytesPerElement * src.size + 1;
-    buf = allocateTracked<char>(cap, line, func);
+    buf = allocateTracked<char>(cap, at);
     size_t n = ZUL_WSTRING_TO_UTF8(src.data, src.size, buf.get(), cap);
     if (n == kFailed) return kFailed;
     if (n > 0 && buf[n - 1] == '\0') --n;
@@ -183,18 +188,18 @@ size_t encodeAll(zul::iwstr const& src, zul::AutoPtr<char>& buf, unsigned int li
 }
 
 // Appends the UTF-8 form of `src` to `out`, all or nothing.
-void appendEncoded(zul::iwstr const& src, std::string& out, unsigned int line, char const* func) {
+void appendEncoded(zul::iwstr const& src, std::string& out, zul::detail::RecordPosition const& at) {
     zul::AutoPtr<char> buf;
-    size_t n = encodeAll(src, buf, line, func);
+    size_t n = encodeAll(src, buf, at);
     if (n != kFailed && n != 0) out.append(buf.get(), n);
 }
 
 // Pointer conversion to UTF-8: whatever was encoded before a failure, NUL-terminated.
-zul::AutoPtr<char> encodeToPointer(wchar_t const* s, unsigned int line, char const* func) {
+zul::AutoPtr<char> encodeToPointer(wchar_t const* s, zul::detail::RecordPosition const& at) {
     if (s == nullptr) return zul::AutoPtr<char>();
     size_t len = std::wcslen(s);
     size_t cap = kUtf8BytesPerElement * len + 1;
-    zul::AutoPtr<char> buf = allocateTracked<char>(cap, line, func);
+    zul::AutoPtr<char> buf = allocateTracked<char>(cap, at);
     bool ok;
     size_t n = len == 0 ? 0 : encode(s, len, buf.get(), cap, ok);
     buf[n] = '\0';
@@ -254,23 +259,23 @@ std::ostream& operator<<(std::ostream& os, const iwstr& s) {
 // String-level conversions
 
 void utf8ToWstring(const istr& src, std::wstring& out) {
-    decodeAll(src, out, kUtf8ToWstringLine, "utf8ToWstring");
+    decodeAll(src, out, kRecordPositions.utf8ToWstring);
 }
 
 void ansiToWstring(const istr& src, std::wstring& out) {
-    decodeAll(src, out, kAnsiToWstringLine, "ansiToWstring");
+    decodeAll(src, out, kRecordPositions.ansiToWstring);
 }
 
 void wstringToUtf8(const iwstr& src, Bytes& out) {
     out.size(0);
     AutoPtr<char> buf;
-    size_t n = encodeAll(src, buf, kWstringToUtf8Line, "wstringToUtf8");
+    size_t n = encodeAll(src, buf, kRecordPositions.wstringToUtf8);
     if (n != kFailed && n != 0) out.set(buf.get(), n);
 }
 
 void wstringToAnsi(const iwstr& src, String& out) {
     out.clear();
-    appendEncoded(src, out, kWstringToAnsiLine, "wstringToAnsi");
+    appendEncoded(src, out, kRecordPositions.wstringToAnsi);
 }
 
 void utf8ToAnsi(const istr& src, String& out) {
@@ -296,24 +301,24 @@ unsigned char* ansiToUtf8(const istr& src, Bytes& out) {
 AutoPtr<char> to_str(const char* s) {
     if (s == nullptr) return AutoPtr<char>();
     size_t len = std::strlen(s);
-    AutoPtr<char> buf = allocateTracked<char>(len + 1, kToStrCharLine, "to_str");
+    AutoPtr<char> buf = allocateTracked<char>(len + 1, kRecordPositions.toStrChar);
     if (len != 0) memcpy_s(buf.get(), len, s, len);
     buf[len] = '\0';
     return buf;
 }
 
 AutoPtr<char> to_str(const wchar_t* s) {
-    return encodeToPointer(s, kToStrWcharLine, "to_str");
+    return encodeToPointer(s, kRecordPositions.toStrWchar);
 }
 
 AutoPtr<char> to_utf8str(const wchar_t* s) {
-    return encodeToPointer(s, kToUtf8StrLine, "to_utf8str");
+    return encodeToPointer(s, kRecordPositions.toUtf8Str);
 }
 
 AutoPtr<wchar_t> to_wstr(const char* s) {
     if (s == nullptr) return AutoPtr<wchar_t>();
     size_t len = std::strlen(s);
-    AutoPtr<wchar_t> buf = allocateTracked<wchar_t>(len + 1, kToWstrCharLine, "to_wstr");
+    AutoPtr<wchar_t> buf = allocateTracked<wchar_t>(len + 1, kRecordPositions.toWstrChar);
     bool ok;
     size_t n = len == 0 ? 0 : decode(s, len, buf.get(), len + 1, ok);
     buf[n] = L'\0';
@@ -323,7 +328,7 @@ AutoPtr<wchar_t> to_wstr(const char* s) {
 AutoPtr<wchar_t> to_wstr(const wchar_t* s) {
     if (s == nullptr) return AutoPtr<wchar_t>();
     size_t len = std::wcslen(s);
-    AutoPtr<wchar_t> buf = allocateTracked<wchar_t>(len + 1, kToWstrWcharLine, "to_wstr");
+    AutoPtr<wchar_t> buf = allocateTracked<wchar_t>(len + 1, kRecordPositions.toWstrWchar);
     wcscpy_s(buf.get(), len + 1, s);
     return buf;
 }
@@ -361,7 +366,7 @@ String& String::operator+=(const std::wstring& s) {
 }
 
 String& String::operator+=(const iwstr& s) {
-    appendEncoded(s, *this, kWstringToAnsiLine, "wstringToAnsi");
+    appendEncoded(s, *this, kRecordPositions.wstringToAnsi);
     return *this;
 }
 

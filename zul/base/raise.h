@@ -7,6 +7,7 @@
 #pragma once
 
 #include <zul/base/api.h>
+#include <zul/base/record_position.h>
 
 #include <string>
 
@@ -20,8 +21,8 @@ ZUL_API void recordThrown(char const* file, unsigned int line, char const* func,
 
 /// Builds "token: text", records it and throws `E(file, line, func, message)`.
 template <class E>
-[[noreturn]] void raise(char const* file, unsigned int line, char const* func,
-                        char const* token, char const* text) {
+[[noreturn]] void raise(char const* file, unsigned int line, char const* func, char const* token,
+                        char const* text) {
     std::string message(token ? token : "");
     message += ": ";
     message += text ? text : "";
@@ -36,6 +37,7 @@ template <class E>
 #define ZUL_RAISE(Class, token, text) \
     ::zul::detail::raise<Class>(__FILE__, __LINE__, __func__, token, text)
 
-/// Same as ZUL_RAISE, with a fixed line number that records must carry.
-#define ZUL_RAISE_AT(Class, line, token, text) \
-    ::zul::detail::raise<Class>(__FILE__, line, __func__, token, text)
+/// Same as ZUL_RAISE, from a fixed position of the record format (a `RecordPosition` of
+/// the file's `kRecordPositions` table) instead of the current site.
+#define ZUL_RAISE_AT(Class, position, token, text) \
+    ::zul::detail::raise<Class>((position).file, (position).line, (position).func, token, text)

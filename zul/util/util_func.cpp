@@ -4,6 +4,7 @@
 #include <netinet/in.h>
 #include <zul/base/exception.h>
 #include <zul/base/raise.h>
+#include <zul/base/record_position.h>
 #include <zul/mt/thread.h>
 #include <zul/platform/bounds_checked.h>
 #include <zul/util/util_func.h>
@@ -23,8 +24,12 @@ namespace zul {
 namespace {
 
 // Records of an out-of-range CharAt carry these fixed line numbers, one per pointer type.
-constexpr unsigned int kCharAtLine = 370;
-constexpr unsigned int kCharAtUnsignedLine = 382;
+// Where the records of this file say they come from: fixed by the record format.
+struct RecordPositions {
+    detail::RecordPosition charAt{__FILE__, 370, "CharAt"};
+    detail::RecordPosition charAtUnsigned{__FILE__, 382, "CharAt"};
+};
+constexpr RecordPositions kRecordPositions{};
 
 /// What the tolerant CharAt forms return out of range.
 const char kSharedNul = '\0';
@@ -271,15 +276,15 @@ unsigned char HexFromChar(char c) {
 
 char* CharAt(char* p, size_t size, size_t i) {
     if (p == nullptr || i > size)
-        ZUL_RAISE_AT(zul::OutOfRangeException, kCharAtLine, "zul::OutOfRangeException",
+        ZUL_RAISE_AT(zul::OutOfRangeException, kRecordPositions.charAt, "zul::OutOfRangeException",
                      "zul::OutOfRangeException");
     return p + i;
 }
 
 unsigned char* CharAt(unsigned char* p, size_t size, size_t i) {
     if (p == nullptr || i > size)
-        ZUL_RAISE_AT(zul::OutOfRangeException, kCharAtUnsignedLine, "zul::OutOfRangeException",
-                     "zul::OutOfRangeException");
+        ZUL_RAISE_AT(zul::OutOfRangeException, kRecordPositions.charAtUnsigned,
+                     "zul::OutOfRangeException", "zul::OutOfRangeException");
     return p + i;
 }
 

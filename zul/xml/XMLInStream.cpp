@@ -5,6 +5,7 @@
 #include <zul/base/base_type_wstring.h>
 #include <zul/base/exception.h>
 #include <zul/base/log_seam.h>
+#include <zul/base/record_position.h>
 #include <zul/platform/bounds_checked.h>
 #include <zul/util/util_func.h>
 #include <zul/xml/XMLInStream.h>
@@ -19,9 +20,8 @@ namespace xml {
 namespace {
 
 const char kTypeAttr[] = "__type__";
-// The site a failed parse is recorded from.
-constexpr unsigned kParseFailLine = 48;
-const char kParseFailFunc[] = "parse";
+// Where the record of a failed parse says it comes from: fixed by the record format.
+constexpr detail::RecordPosition kParseFailed{__FILE__, 48, "parse"};
 
 }  // namespace
 
@@ -36,7 +36,8 @@ XMLNode* XMLInStream::parseDocument(const istr& text, std::ifstream* in) {
     } catch (const XMLRuntimeException& e) {
         std::ostringstream os;
         os << e;
-        detail::writeErrorRecord(__FILE__, kParseFailLine, kParseFailFunc, os.str(), "<ERROR>");
+        detail::writeErrorRecord(kParseFailed.file, kParseFailed.line, kParseFailed.func, os.str(),
+                                 "<ERROR>");
         return nullptr;
     }
     return parser.release();

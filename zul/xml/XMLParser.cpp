@@ -1,5 +1,6 @@
 // The XML parser: one token per nextNode() call over a private, NUL-terminated copy of the
 // input, building the tree as it goes.
+#include <zul/base/record_position.h>
 #include <zul/xml/XMLParser.h>
 
 #include <cstdint>
@@ -16,12 +17,18 @@ namespace xml {
 
 namespace {
 
-// The error texts and the source lines they are reported with.
-constexpr unsigned kNoProcessingEndLine = 215;
-constexpr unsigned kNoProcessingCloseLine = 222;
-constexpr unsigned kNoBeginQuoteLine = 557;
-constexpr unsigned kNoEndQuoteLine = 571;
-constexpr unsigned kNoEqualsLine = 593;
+// Where these failures say they come from: fixed by the record format, not where the code
+// stands. The other failures of the parser carry their real lines.
+struct RecordPositions {
+    detail::RecordPosition noProcessingEnd{__FILE__, 215, nullptr};
+    detail::RecordPosition noProcessingClose{__FILE__, 222, nullptr};
+    detail::RecordPosition noBeginQuote{__FILE__, 557, nullptr};
+    detail::RecordPosition noEndQuote{__FILE__, 571, nullptr};
+    detail::RecordPosition noEquals{__FILE__, 593, nullptr};
+};
+constexpr RecordPositions kRecordPositions{};
+
+// The error texts.
 const char kNoProcessingEnd[] = "Malformed XML processing node - end '?' expected, but none found.";
 const char kNoProcessingClose[] =
     "Malformed XML processing node - end '>' expected, but none found.";
@@ -29,8 +36,8 @@ const char kNoQuote[] =
     "Malformed XML Attribute - string literal expected, but no beginning quote (\") found.";
 const char kNoEquals[] = "Malformed XML Attribute - no = found";
 
-[[noreturn]] void fail(const char* msg, unsigned line) {
-    throw XMLRuntimeException(istr(msg), istr(__FILE__), line);
+[[noreturn]] void fail(const char* msg, const detail::RecordPosition& at) {
+    throw XMLRuntimeException(istr(msg), istr(at.file), at.line);
 }
 
 const char* skipWs(const char* p, const char* end) {
@@ -242,9 +249,9 @@ bool XMLParser::readDeclaration() {
 bool XMLParser::readProcessing() {
     const char* q = tokenStart_ + 2;
     while (*q != '?' && *q != '\0') ++q;
-    if (*q == '\0') fail(kNoProcessingEnd, kNoProcessingEndLine);
+    if (*q == '\0') fail(kNoProcessingEnd, kRecordPositions.noProcessingEnd);
     q = skipWs(q + 1, end_);
-    if (*q != '>') fail(kNoProcessingClose, kNoProcessingCloseLine);
+    if (*q != '>') fail(kNoProcessingClose, kRecordPositions.noProcessingClose);
     cursor_ = q + 1;
     return true;
 }
@@ -282,12 +289,12 @@ const char* XMLParser::readAttributes(const char* p) {
         while (p < end_ && !isWhiteSpace(*p) && *p != '=') ++p;
         const istr attrName(name, static_cast<size_t>(p - name));
         p = skipWs(p, end_);
-        if (*p != '=') fail(kNoEquals, kNoEqualsLine);
+        if (*p != '=') fail(kNoEquals, kRecordPositions.noEquals);
         p = skipWs(p + 1, end_);
         const char* const open = findChar(p, end_, '"');
-        if (open == end_) fail(kNoQuote, kNoBeginQuoteLine);
+        if (open == end_) fail(kNoQuote, kRecordPositions.noBeginQuote);
         const char* const close = findChar(open + 1, end_, '"');
-        if (close == end_) fail(kNoQuote, kNoEndQuoteLine);
+        if (close == end_) fail(kNoQuote, kRecordPositions.noEndQuote);
         XMLAttr a(attrName, istr(), node);
         appendDecoded(a.value_, open + 1, close);
         const XMLAttr* stored = node->insertAttr(std::move(a));
