@@ -238,3 +238,36 @@ TEST(XmlStream, CopiesTransferTheNode) {
     EXPECT_EQ(base.release(), &node);
     EXPECT_EQ(reading.numofChildren(), 0u);  // `reading` owns `owned` and deletes it
 }
+
+// The writing members of a stream that reads never change what it reads, the caller's
+// constant node or the shared null objects, and never need a node.
+TEST(XmlStream, WritingMembersOfAReadingStreamChangeNothing) {
+    XMLNode built("r");
+    built.addAttr(istr("k"), istr("v"));
+    built.child(istr("a")).cdata(istr("1"));
+    const XMLNode& doc = built;
+    const std::string before = doc.str(false, 0);
+    XMLStream over(in_t(), doc);
+    EXPECT_EQ(over.attr("k").value(), "v");  // a private copy still reads
+    over.attr("k").value("changed");
+    over("new").value("x");
+    EXPECT_EQ(over.child("a").cdata(), "1");
+    over.child("a").cdata("2");
+    over.child("b").addChildNode(istr("c"));
+    over.type("t");
+    over += XMLOutStream("extra");
+    XMLStream sub(out_t(), "a", over);
+    sub << 99;
+    over["z"] << 5;
+    EXPECT_EQ(doc.str(false, 0), before);
+
+    XMLStream broken(in_t(), istr("<r x/>"));  // a parse failure leaves no node
+    broken.attr("x").value("1");
+    broken.child("y").cdata("2");
+    broken.type("t");
+    broken["y"] << 3;
+    XMLStream missing(in_t(), "nothing", broken);
+    missing.child("q").addChildNode(istr("w"));
+    EXPECT_TRUE(XMLNode::null().isSimple() && XMLNode::null().cdata().empty());
+    EXPECT_TRUE(XMLAttr::null().value().empty());
+}

@@ -21,25 +21,40 @@ XMLOutStream::XMLOutStream() : XMLStreamBase(false, true, new XMLNode(istr(kRoot
 XMLOutStream::XMLOutStream(const istr& name) : XMLStreamBase(false, true, new XMLNode(name)) {}
 
 XMLOutStream::XMLOutStream(const istr& name, XMLOutStream& parent)
-    : XMLStreamBase(&parent.node()->child(name), out_t()) {}
+    : XMLStreamBase(childOf(parent, name)) {}
 
 XMLOutStream::XMLOutStream(XMLNode& node) : XMLStreamBase(&node, out_t()) {}
 
 XMLOutStream& XMLOutStream::operator+=(const XMLOutStream& o) {
-    node()->append(o.XMLStreamBase::node());
+    if (!inputting_) node()->append(o.XMLStreamBase::node());
     return *this;
 }
 
 void XMLOutStream::type(const istr& t) {
-    node()->attr(istr(kTypeAttr)).value(t);
+    if (!inputting_) node()->attr(istr(kTypeAttr)).value(t);
 }
 
 XMLAttr& XMLOutStream::attr(const istr& name) {
-    return node()->attr(name);
+    if (!inputting_) return node()->attr(name);
+    // A reading stream hands out a private copy of the attribute (empty when it is absent).
+    XMLAttr& copy = scratch().attr(name);
+    const XMLStreamBase& self = *this;
+    copy.value(istr(self.node().attr(name).value()));
+    return copy;
 }
 
 XMLNode& XMLOutStream::child(const istr& name) {
-    return node()->child(name);
+    if (!inputting_) return node()->child(name);
+    // A reading stream hands out a private copy of the child (empty when it is absent).
+    XMLNode& copy = scratch().child(name);
+    const XMLStreamBase& self = *this;
+    const XMLNode& read = self.node().child(name);
+    if (read.isNull()) {
+        copy = XMLNode(name);
+    } else {
+        copy = read;
+    }
+    return copy;
 }
 
 template <class T>

@@ -28,7 +28,8 @@ class ZUL_API XMLOutStream : virtual public XMLStreamBase {
     /// Owns a new element `name`.
     explicit XMLOutStream(const istr& name);
     /// Stands for the child `name` of the parent's element (created when missing), not owned:
-    /// valid while that element lives.
+    /// valid while that element lives. A reading parent is not changed: the stream then owns
+    /// a detached element `name`.
     XMLOutStream(const istr& name, XMLOutStream& parent);
     /// Stands for `node`, not owned: valid while `node` lives.
     explicit XMLOutStream(XMLNode& node);
@@ -36,18 +37,22 @@ class ZUL_API XMLOutStream : virtual public XMLStreamBase {
     /// The stream of the child `name` (created when missing).
     XMLOutStream operator[](const istr& name) { return XMLOutStream(name, *this); }
     /// Appends a deep copy of `o`'s element (an empty one when `o` has none) as a child.
+    /// Nothing on a reading stream.
     XMLOutStream& operator+=(const XMLOutStream& o);
-    /// Sets the attribute "__type__" to `t`.
+    /// Sets the attribute "__type__" to `t`; nothing on a reading stream.
     void type(const istr& t);
 
     ///@{
 
-    /// The element's attribute, created with an empty value when missing.
+    /// The element's attribute, created with an empty value when missing. On a reading stream
+    /// (an XMLStream that reads) a private copy, empty when absent: the element read is never
+    /// changed through it; look up on a constant stream to tell a missing attribute.
     XMLAttr& attr(const istr& name);
     XMLAttr& operator()(const istr& name) { return attr(name); }
     ///@}
 
-    /// The element's child, created when missing.
+    /// The element's child, created when missing. On a reading stream a private copy of the
+    /// child (an empty element `name` when absent), as for attr().
     XMLNode& child(const istr& name);
 
     ///@{

@@ -20,9 +20,7 @@ XMLStream::XMLStream(const istr& name)
 XMLStream::XMLStream(out_t, const istr& name) : XMLStream(name) {}
 
 XMLStream::XMLStream(out_t, const istr& name, XMLOutStream& parent)
-    : XMLStreamBase(&parent.node()->child(name), out_t()),
-      XMLInStream(BaseSetUp()),
-      XMLOutStream(BaseSetUp()) {}
+    : XMLStreamBase(childOf(parent, name)), XMLInStream(BaseSetUp()), XMLOutStream(BaseSetUp()) {}
 
 XMLStream::XMLStream(out_t, XMLNode& node)
     : XMLStreamBase(&node, out_t()), XMLInStream(BaseSetUp()), XMLOutStream(BaseSetUp()) {}

@@ -30,6 +30,17 @@ XMLStreamBase& XMLStreamBase::operator=(const XMLStreamBase& o) {
 
 XMLStreamBase::~XMLStreamBase() {
     clear();
+    delete scratch_;
+}
+
+XMLNode& XMLStreamBase::scratch() {
+    if (scratch_ == nullptr) scratch_ = new XMLNode;
+    return *scratch_;
+}
+
+XMLStreamBase XMLStreamBase::childOf(XMLStreamBase& parent, const istr& name) {
+    if (parent.inputting_) return XMLStreamBase(false, true, new XMLNode(name));
+    return XMLStreamBase(&parent.node()->child(name), out_t());
 }
 
 void XMLStreamBase::clear() {

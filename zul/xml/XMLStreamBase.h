@@ -38,7 +38,7 @@ class ZUL_API XMLStreamBase {
     /// Takes the node of `o` (which keeps none), then deletes the own old node if owned.
     /// Self-assignment does nothing.
     XMLStreamBase& operator=(const XMLStreamBase& o);
-    /// Deletes the node when owned.
+    /// Deletes the node when owned, and the scratch element.
     ~XMLStreamBase();
 
     /// Deletes the node when owned; then no node and not owning.
@@ -66,6 +66,11 @@ class ZUL_API XMLStreamBase {
     XMLNode* node();
     /// The node, or XMLNode::null().
     const XMLNode& node() const { return node_ == nullptr ? XMLNode::null() : *node_; }
+
+    /// The child `name` of `parent`'s element (created when missing) as a writing stream that
+    /// does not own it. A reading `parent` is never changed: the stream then owns a detached
+    /// element of that name, and what is written to it reaches nobody.
+    static XMLStreamBase childOf(XMLStreamBase& parent, const istr& name);
 
     /// Writing streams: renames the node, or makes an owned node of that name when there is
     /// none (or it is XMLNode::null()). Reading streams ignore it.
@@ -101,6 +106,15 @@ class ZUL_API XMLStreamBase {
     mutable bool inputting_;  ///< True for a reading stream.
     mutable bool owns_;       ///< True when the stream deletes node_.
     mutable XMLNode* node_;   ///< The element; may be null or XMLNode::null().
+
+    /// A reading stream's private element: what the writing members hand out there (copies
+    /// of attributes and children) lives in it, so that writes through them change neither
+    /// the element read, nor a caller's constant node, nor the shared null objects. Made on
+    /// first use; never transferred with the node.
+    XMLNode& scratch();
+
+  private:
+    XMLNode* scratch_ = nullptr;
 };
 
 /// Writes `s.str(true, 0)`.
