@@ -1,6 +1,6 @@
 // zul::Base64: table-driven encoding and decoding of Base64 text.
 #include <zul/base/base64.h>
-#include <zul/util/util_func.h>
+#include <zul/base/char_memory.h>
 
 #include <array>
 #include <cstdint>

@@ -2,7 +2,7 @@
 #include <zul/base/alloc.h>
 #include <zul/base/base_type_bytes.h>
 #include <zul/base/record_position.h>
-#include <zul/util/util_func.h>
+#include <zul/base/char_memory.h>
 
 #include <cstring>
 #include <utility>

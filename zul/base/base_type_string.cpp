@@ -2,7 +2,7 @@
 // value-to-text / text-to-value conversions that reproduce the standard streams exactly.
 #include <zul/base/base_type_string.h>
 #include <zul/platform/bounds_checked.h>
-#include <zul/util/util_func.h>
+#include <zul/base/char_memory.h>
 
 #include <charconv>
 #include <limits>

@@ -9,7 +9,8 @@
 #include <zul/base/exception.h>
 #include <zul/base/raise.h>
 #include <zul/base/record_position.h>
-#include <zul/mt/mutex.h>
+#include <ace/Guard_T.h>
+#include <ace/Thread_Mutex.h>
 #include <zul/platform/bounds_checked.h>
 
 #include <atomic>
@@ -40,14 +41,14 @@ std::atomic<int (*)(timeval*)> g_clockHook{nullptr};
 // Serialises the C library's zone state: tzset() rewrites it without a lock of its own that
 // other threads could see, and localtime_r and mktime read it. Taken only on the slow paths
 // (a new zone, a new hour, a text parsed back into a time).
-Mutex& zoneMutex() {
-    static Mutex m;
+ACE_Thread_Mutex& zoneMutex() {
+    static ACE_Thread_Mutex m;
     return m;
 }
 
 bool platformLocalTime(long long seconds, std::tm* out) {
     const time_t t = static_cast<time_t>(seconds);
-    Guard_T<Mutex> lock(zoneMutex());
+    ACE_Guard<ACE_Thread_Mutex> lock(zoneMutex());
     return ACE_OS::localtime_r(&t, out) != nullptr;
 }
 
@@ -88,7 +89,7 @@ bool sameZone(const LocalHourCache& c, const char* tz) {
 bool rekey(LocalHourCache& c, const char* tz) {
     c.valid = false;
     {
-        Guard_T<Mutex> lock(zoneMutex());
+        ACE_Guard<ACE_Thread_Mutex> lock(zoneMutex());
         ::tzset();
     }
     if (tz == nullptr) {
@@ -266,7 +267,7 @@ Time Time::Detail::toTime() const {
     tm.tm_sec = second;
     time_t m;
     {
-        Guard_T<Mutex> lock(zoneMutex());
+        ACE_Guard<ACE_Thread_Mutex> lock(zoneMutex());
         m = ACE_OS::mktime(&tm);
     }
     // Wrapping arithmetic: absurd dates give absurd counts, never undefined behaviour.

@@ -6,7 +6,7 @@
 #include <zul/base/base_type_wstring.h>
 #include <zul/base/record_position.h>
 #include <zul/platform/bounds_checked.h>
-#include <zul/util/util_func.h>
+#include <zul/base/char_memory.h>
 
 #include <cerrno>
 #include <cstdio>

@@ -2,7 +2,7 @@
 // with zero padding.
 #include <zul/base/des.h>
 #include <zul/platform/bounds_checked.h>
-#include <zul/util/util_func.h>
+#include <zul/base/char_memory.h>
 
 #include <array>
 #include <string>

@@ -5,7 +5,7 @@
 
 #include <zul/base/api.h>
 #include <zul/base/base_type_string.h>
-#include <zul/log/log_tracer.h>
+#include <zul/base/call_stack.h>
 
 #include <exception>
 #include <iosfwd>

@@ -4,7 +4,7 @@
 
 #include <zul/base/alloc.h>
 #include <zul/base/api.h>
-#include <zul/log/log_tracer.h>
+#include <zul/base/call_stack.h>
 #include <zul/mt/mutex.h>
 
 #include <cstddef>

@@ -4,6 +4,7 @@
 
 #include <zul/base/api.h>
 #include <zul/base/base_type_string.h>
+#include <zul/mt/map.h>
 
 #include <iosfwd>
 #include <list>
@@ -337,6 +338,13 @@ void dumpPair(dumper& d, K const& k, V const& v) {
 }
 
 }  // namespace detail
+
+template <class K, class V>
+void mt::map<K, V>::dump(dumper& d) const {
+    dumper::_Entry entry(d, "zul::mt::map");
+    Guard_T<Mutex> lock(mutex_);
+    for (auto const& kv : map_) detail::dumpPair(d, kv.first, kv.second);
+}
 
 /// A list as the object "zul::list", one element per line.
 template <class T, class A>

@@ -2,13 +2,15 @@
 // the owning thread (the thread registry, the call stacks) and the loggers.
 #pragma once
 
-#include <zul/log/log_dumper.h>
 #include <zul/mt/mutex.h>
 
 #include <cstddef>
 #include <map>
 
 namespace zul {
+
+class dumper;
+
 namespace mt {
 
 /// A std::map<K,V> with a zul::Mutex. Every member takes the lock for its own work only;
@@ -69,11 +71,8 @@ class map {
 
     /// The object "zul::mt::map": under the lock, one line per element with the key's
     /// text, " : " and the value's own dump.
-    void dump(dumper& d) const {
-        dumper::_Entry entry(d, "zul::mt::map");
-        Guard_T<Mutex> lock(mutex_);
-        for (auto const& kv : map_) detail::dumpPair(d, kv.first, kv.second);
-    }
+    /// Defined with the dumper (zul/log/log_dumper.h), which a caller holding a dumper has.
+    void dump(dumper& d) const;
 
   private:
     container_type map_;

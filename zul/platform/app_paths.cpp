@@ -2,7 +2,8 @@
 // application's name.
 #include <pwd.h>
 #include <unistd.h>
-#include <zul/mt/mutex.h>
+#include <ace/Guard_T.h>
+#include <ace/Thread_Mutex.h>
 #include <zul/platform/app_paths.h>
 
 #include <cstdlib>
@@ -15,8 +16,8 @@ constexpr char kSelfExe[] = "/proc/self/exe";
 constexpr char kDataUnderHome[] = "/.local/share";
 
 // The name the application chose; empty while it has not chosen one.
-Mutex& nameLock() {
-    static Mutex m;
+ACE_Thread_Mutex& nameLock() {
+    static ACE_Thread_Mutex m;
     return m;
 }
 std::string& chosenName() {
@@ -57,7 +58,7 @@ std::string passwdHome() {
 }  // namespace
 
 void setApplicationName(const std::string& name) {
-    Guard_T<Mutex> g(nameLock());
+    ACE_Guard<ACE_Thread_Mutex> g(nameLock());
     chosenName() = name;
 }
 
@@ -81,7 +82,7 @@ std::string userDataDir() {
 
 std::string applicationName() {
     {
-        Guard_T<Mutex> g(nameLock());
+        ACE_Guard<ACE_Thread_Mutex> g(nameLock());
         if (!chosenName().empty()) return chosenName();
     }
     std::string exe = executablePath();

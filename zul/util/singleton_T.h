@@ -3,7 +3,8 @@
 
 #include <zul/base/alloc.h>
 #include <zul/base/api.h>
-#include <zul/mt/mutex.h>
+#include <ace/Guard_T.h>
+#include <ace/Thread_Mutex.h>
 
 namespace zul {
 
@@ -19,7 +20,7 @@ class ZUL_API Singleton_T {
     /// the exception goes on, so the next call tries again.
     static T*& instance(char const* file, unsigned int line, char const* func) {
         if (__atomic_load_n(&g__inst, __ATOMIC_ACQUIRE) == nullptr) {
-            Guard_T<Mutex> lock(mutex());
+            ACE_Guard<ACE_Thread_Mutex> lock(mutex());
             if (__atomic_load_n(&g__inst, __ATOMIC_RELAXED) == nullptr) {
                 T* p = allocate_push_maybe(allocate_no_mlc<T>(file, line, func), file, line, func);
                 __atomic_store_n(&g__inst, p, __ATOMIC_RELEASE);
@@ -34,7 +35,7 @@ class ZUL_API Singleton_T {
     /// Deletes the object (if any) and clears the pointer; a later instance() builds a new
     /// one. Must not race with users still holding the pointer.
     static void destroy() {
-        Guard_T<Mutex> lock(mutex());
+        ACE_Guard<ACE_Thread_Mutex> lock(mutex());
         T* p = __atomic_load_n(&g__inst, __ATOMIC_RELAXED);
         if (p == nullptr) return;
         destroy_pop_maybe(p, __FILE__, __LINE__, "destroy");
@@ -44,8 +45,8 @@ class ZUL_API Singleton_T {
 
   private:
     /// The creation mutex, made on first use and destroyed at process exit.
-    static Mutex& mutex() {
-        static Mutex mtx;
+    static ACE_Thread_Mutex& mutex() {
+        static ACE_Thread_Mutex mtx;
         return mtx;
     }
 

@@ -1,11 +1,12 @@
-// Character, memory and small helpers: bounded C strings, null-tolerant memory copies,
-// character classes and printable names, error texts, network byte order, application paths
-// and the INI file writer.
+// Small helpers over text: bounded C strings, printable names of characters, error texts,
+// network byte order, application paths and the INI file writer. The memory and character
+// class helpers they build on come with zul/base/char_memory.h.
 #pragma once
 
 #include <ace/INET_Addr.h>
 #include <zul/base/api.h>
 #include <zul/base/base_type_string.h>
+#include <zul/base/char_memory.h>
 #include <zul/platform/app_paths.h>
 
 #include <cstddef>
@@ -15,9 +16,6 @@
 namespace zul {
 
 // ---- Bounded NUL-terminated strings (a bound of istr::npos means: no bound) -------------
-
-/// Characters before the first NUL, at most `n`; 0 for a null pointer or n == 0.
-ZUL_API size_t StrLenN(const char* p, size_t n);
 
 /// Copies `n` characters of `src` (all of it for npos; none for null) into `dst`, which
 /// needs room for them and a terminator. Returns `dst`; null `dst` returns null.
@@ -58,51 +56,6 @@ ZUL_API void StrTrimRight(std::wstring& s);
 /// when there is one.
 ZUL_API void trimLeftRight(std::string& s, char c);
 ZUL_API void trimLeftRight(std::wstring& s, wchar_t c);
-///@}
-
-// ---- Memory: null-tolerant, through the bounds-checked functions ------------------------
-
-/// Fills `n` bytes of `p` with `c`; nothing for null or n == 0. Returns `p`.
-ZUL_API void* MemSet(void* p, int c, size_t n);
-
-/// Copies `n` bytes; nothing when either pointer is null, they are equal, or n == 0.
-/// Returns `d`.
-ZUL_API void* MemCopy(void* d, const void* s, size_t n);
-
-/// Copies `n` bytes and terminates `d` at position n (room for n + 1 bytes); a null `s`
-/// copies nothing but still terminates. Nothing for null `d` or `d` == `s`. Returns `d`.
-ZUL_API void* MemCopyZ(void* d, const void* s, size_t n);
-
-/// memcmp that orders a null pointer before any other and treats two nulls as equal.
-ZUL_API int MemCmp(const void* a, const void* b, size_t n);
-
-// ---- Characters ---------------------------------------------------------------------------
-
-///@{
-
-/// The C library's upper- or lower-case form of the byte's unsigned value; other bytes are
-/// returned unchanged.
-ZUL_API char CharToUpper(char c);
-ZUL_API char CharToLower(char c);
-///@}
-
-///@{
-
-/// Classification by the C library's classes of the byte's unsigned value (iswspace and
-/// iswprint for a wide character).
-ZUL_API bool CharIsDigit(char c);
-ZUL_API bool CharIsSpace(char c);
-ZUL_API bool CharIsPrint(char c);
-ZUL_API bool CharIsCntrl(char c);
-ZUL_API bool CharIsUpper(char c);
-ZUL_API bool CharIsLower(char c);
-ZUL_API bool CharIsAlpha(char c);
-ZUL_API bool CharIsPunct(char c);
-ZUL_API bool CharIsXdigit(char c);
-ZUL_API bool CharIsAlnum(char c);
-ZUL_API bool CharIsGraph(char c);
-ZUL_API bool CharIsSpace(wchar_t c);
-ZUL_API bool CharIsPrint(wchar_t c);
 ///@}
 
 /// True when `c` occurs in `set`; the terminator counts, so '\0' is in every set.

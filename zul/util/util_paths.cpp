@@ -4,7 +4,8 @@
 #include <sys/stat.h>
 #include <zul/base/base_type_wstring.h>
 #include <zul/base/log_seam.h>
-#include <zul/mt/mutex.h>
+#include <ace/Guard_T.h>
+#include <ace/Thread_Mutex.h>
 #include <zul/platform/app_paths.h>
 #include <zul/platform/file_io.h>
 #include <zul/util/util_func.h>
@@ -22,7 +23,7 @@ constexpr char kCertFolder[] = "cert/";
 
 // The two cached paths: filled by the first call that finds a non-empty path.
 struct PathCache {
-    Mutex lock;
+    ACE_Thread_Mutex lock;
     String programDir;
     String supportPath;
 };
@@ -34,7 +35,7 @@ PathCache& cache() {
 
 String cached(String PathCache::*slot, std::string (*compute)()) {
     PathCache& c = cache();
-    Guard_T<Mutex> g(c.lock);
+    ACE_Guard<ACE_Thread_Mutex> g(c.lock);
     if ((c.*slot).empty()) (c.*slot) = String(compute());
     return c.*slot;
 }

@@ -1,7 +1,7 @@
 // Source locations and call stacks: the printed forms of zul::Current and zul::CallStack and
 // the internal source of the calling thread's call stack.
 #include <zul/base/base_type_wstring.h>
-#include <zul/log/log_tracer.h>
+#include <zul/base/call_stack.h>
 
 #include <ostream>
 #include <sstream>
