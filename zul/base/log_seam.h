@@ -1,6 +1,8 @@
 // The single place where library code hands its own records (information, errors that are
 // not thrown, failures about to be thrown, caught exceptions) to the library logger: the
-// logger of the identifier "ZUL" from zul::logger_factory.
+// logger of the identifier "ZUL" from zul::logger_factory. Declared here, below everything
+// that writes records, and defined with the logger (zul/log/log_seam.cpp): the modules the
+// logger is built from reach it without including it.
 //
 // Re-entry. Reading the configuration file for a new logger happens under the factory's map
 // mutex (and, on first use, under the configuration's creation mutex). A record written

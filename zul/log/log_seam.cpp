@@ -1,5 +1,5 @@
-// The library's record seam: every record of the library's own modules passes through here
-// on its way to the "ZUL" logger.
+// The library's record seam (declared in zul/base/log_seam.h): every record of the library's
+// own modules passes through here on its way to the "ZUL" logger.
 #include <zul/base/log_seam.h>
 #include <zul/log/log_factory.h>
 #include <zul/log/log_logger.h>
