@@ -122,10 +122,6 @@ size_t lineAt(const char* begin, const char* at) {
     return 1 + static_cast<size_t>(std::count(begin, at, '\n'));
 }
 
-std::string displayName(const std::string& arg) {
-    return arg == STDIN_ARG ? std::string(STDIN_NAME) : arg;
-}
-
 // Reads `text` (of the file shown as `name`) into `root`. The whole text must be one node:
 // anything but blanks and comments after it would be lost by a rewrite, so it is an error here.
 bool readText(const std::string& name, const std::string& text, Unit& root, std::string& err) {
@@ -378,24 +374,14 @@ int getCommand(const std::vector<std::string>& args) {
     } else {
         out = render(*node, pml::FORMATTED, pml::NAME | pml::TYPE | pml::VALUE);
     }
-    if (!writeOut(out, err)) {
-        error(err);
-        return EXIT_BAD_INPUT;
-    }
-    return EXIT_OK;
+    return emit(out);
 }
 
 }  // namespace
 
 int pmlCommand(const std::vector<std::string>& args) {
-    if (args.empty()) return usage("missing command (format, check or get)", "zul pml");
-    const std::string& sub = args[0];
-    std::vector<std::string> rest(args.begin() + 1, args.end());
-    if (isHelp(sub)) return printHelp(PML_HELP);
-    if (sub == "format") return formatCommand(rest);
-    if (sub == "check") return checkCommand(rest);
-    if (sub == "get") return getCommand(rest);
-    return usage("unknown command 'pml " + sub + "'", "zul pml");
+    return dispatch(args, "zul pml", PML_HELP,
+                    {{"format", formatCommand}, {"check", checkCommand}, {"get", getCommand}});
 }
 
 }  // namespace tool

@@ -28,6 +28,9 @@ int usage(const std::string& text, const std::string& command);
 /// reason (the system's message) and the result is false.
 bool readAll(const std::string& name, std::string& out, std::string& err);
 
+/// The name of `arg` in messages: STDIN_NAME for STDIN_ARG, else `arg` itself.
+std::string displayName(const std::string& arg);
+
 /// Writes bytes to standard output; false (with `err`) on a write error.
 bool writeOut(const char* data, size_t size, std::string& err);
 inline bool writeOut(const std::string& s, std::string& err) {
@@ -55,6 +58,20 @@ constexpr int GO_ON = -1;
 /// the operands in `operands`, or the exit code to end with.
 int operandsOnly(const std::vector<std::string>& args, const char* help, const std::string& command,
                  std::vector<std::string>& operands);
+
+/// Writes `out` to standard output: EXIT_OK, or EXIT_BAD_INPUT with one error line.
+int emit(const std::string& out);
+
+/// One command of a group ("format" of "zul pml") and its entry point.
+struct Subcommand {
+    const char* name;
+    int (*run)(const std::vector<std::string>& args);
+};
+/// Runs the command of `group` (e.g. "zul pml") named by args[0] with the arguments after
+/// it; "-h" or "--help" prints `help`; a missing or unknown name is a usage error that lists
+/// the names.
+int dispatch(const std::vector<std::string>& args, const std::string& group, const char* help,
+             std::vector<Subcommand> const& commands);
 
 /// True for "-h" and "--help".
 bool isHelp(const std::string& arg);

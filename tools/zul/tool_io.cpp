@@ -99,6 +99,33 @@ int printHelp(const char* text) {
     return EXIT_BAD_INPUT;
 }
 
+std::string displayName(const std::string& arg) {
+    return arg == STDIN_ARG ? std::string(STDIN_NAME) : arg;
+}
+
+int emit(const std::string& out) {
+    std::string err;
+    if (writeOut(out, err)) return EXIT_OK;
+    error(err);
+    return EXIT_BAD_INPUT;
+}
+
+int dispatch(const std::vector<std::string>& args, const std::string& group, const char* help,
+             std::vector<Subcommand> const& commands) {
+    std::string names;
+    for (size_t i = 0; i < commands.size(); ++i) {
+        names += i == 0 ? "" : i + 1 == commands.size() ? " or " : ", ";
+        names += commands[i].name;
+    }
+    if (args.empty()) return usage("missing command (" + names + ")", group);
+    const std::string& sub = args[0];
+    if (isHelp(sub)) return printHelp(help);
+    for (const Subcommand& c : commands) {
+        if (sub == c.name) return c.run(std::vector<std::string>(args.begin() + 1, args.end()));
+    }
+    return usage("unknown command '" + group.substr(group.find(' ') + 1) + " " + sub + "'", group);
+}
+
 bool writeOut(const char* data, size_t size, std::string& err) {
     if (!platform::writeAll(STDOUT_FILENO, data, size)) {
         err = "cannot write to standard output: " + systemError();

@@ -69,10 +69,6 @@ const char* const GET_HELP =
     "\n"
     "Exit status: 0 found, 1 bad input, 2 no element at PATH or usage error.\n";
 
-std::string displayName(const std::string& arg) {
-    return arg == STDIN_ARG ? std::string(STDIN_NAME) : arg;
-}
-
 // Keeps the start offsets of the elements open while a parser reads: the parser closes
 // whatever element is current at an end tag, so only the count of ends matters.
 class OpenElements : public xml::XMLParserCallback {
@@ -276,24 +272,14 @@ int getCommand(const std::vector<std::string>& args) {
     if (out.empty()) {
         out = node->isSimple() ? node->cdata() + "\n" : render(*node, false);
     }
-    if (!writeOut(out, err)) {
-        error(err);
-        return EXIT_BAD_INPUT;
-    }
-    return EXIT_OK;
+    return emit(out);
 }
 
 }  // namespace
 
 int xmlCommand(const std::vector<std::string>& args) {
-    if (args.empty()) return usage("missing command (format, check or get)", "zul xml");
-    const std::string& sub = args[0];
-    std::vector<std::string> rest(args.begin() + 1, args.end());
-    if (isHelp(sub)) return printHelp(XML_HELP);
-    if (sub == "format") return formatCommand(rest);
-    if (sub == "check") return checkCommand(rest);
-    if (sub == "get") return getCommand(rest);
-    return usage("unknown command 'xml " + sub + "'", "zul xml");
+    return dispatch(args, "zul xml", XML_HELP,
+                    {{"format", formatCommand}, {"check", checkCommand}, {"get", getCommand}});
 }
 
 }  // namespace tool
