@@ -183,6 +183,43 @@ TEST_F(MemLeakCheckerTest, HelpersFollowEveryStartAndStop) {
     EXPECT_EQ(Probe::alive, 0);
 }
 
+// Helpers on 8 threads while another thread starts, stops and destroys the checker 1,000
+// times: a helper may still reach the checker through a pointer it read just before.
+TEST_F(MemLeakCheckerTest, StartAndStopWhileHelpersRun) {
+    constexpr int kThreads = 8, kCycles = 1000;
+    std::atomic<bool> done{false};
+    CaptureStdout();  // notices for objects made in one checking period, released in the next
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&done] {
+            while (!done.load()) {
+                Probe* p = make(40);
+                drop(p);
+            }
+        });
+    }
+    for (int i = 0; i < kCycles; ++i) {
+        zul::MemLeakChecker::instance()->start();
+        std::this_thread::yield();
+        if (i % 2 == 0) {
+            zul::MemLeakChecker::instance()->stop();
+        } else {
+            zul::MemLeakChecker::destroy();
+        }
+    }
+    done = true;
+    for (auto& th : threads) th.join();
+    GetCapturedStdout();
+    EXPECT_EQ(Probe::alive, 0);
+    EXPECT_FALSE(checker()->started());
+    EXPECT_EQ(checker()->size(), 0u);
+    checker()->start();  // still a working checker
+    Probe* p = make(41);
+    EXPECT_EQ(checker()->size(), 1u);
+    drop(p);
+    EXPECT_EQ(checker()->size(), 0u);
+}
+
 }  // namespace
 
 TEST_F(MemLeakCheckerTest, StopWritesTheReportAsOneInformationRecord) {

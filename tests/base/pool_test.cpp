@@ -200,6 +200,50 @@ TEST_F(Pool, ManyThreadsTradeBlocks) {
     EXPECT_EQ(chunksInUse(), base_);
 }
 
+TEST_F(Pool, ShortLivedThreadsFreeEachOthersBlocks) {
+    // Each thread makes blocks, trades them for those left by the thread before and frees
+    // those: their maker may still run (remote frees) or have ended (orphaned chunks,
+    // adopted by the freeing thread), and ends itself with its own blocks out.
+    constexpr int kRounds = 40, kThreads = 6, kBlocks = 300;
+    struct Block {
+        void* p;
+        std::size_t size;
+    };
+    std::mutex m;
+    std::vector<Block> pending;
+    std::atomic<int> bad{0};
+    auto release = [&bad](Block const& b) {
+        const unsigned char want = static_cast<unsigned char>(b.size);
+        for (std::size_t i = 0; i < b.size; ++i) {
+            if (static_cast<unsigned char*>(b.p)[i] != want) ++bad;
+        }
+        poolRelease(b.p, b.size);
+    };
+    for (int round = 0; round < kRounds; ++round) {
+        std::vector<std::thread> threads;
+        for (int t = 0; t < kThreads; ++t) {
+            threads.emplace_back([&, seed = round * kThreads + t] {
+                std::mt19937 rng(seed);
+                std::vector<Block> blocks(kBlocks);
+                for (Block& b : blocks) {
+                    b.size = 8 + rng() % 200;
+                    b.p = poolAllocate(b.size);
+                    std::memset(b.p, static_cast<unsigned char>(b.size), b.size);
+                }
+                {
+                    std::lock_guard<std::mutex> g(m);
+                    blocks.swap(pending);
+                }
+                for (Block const& b : blocks) release(b);
+            });
+        }
+        for (std::thread& t : threads) t.join();
+    }
+    for (Block const& b : pending) release(b);
+    EXPECT_EQ(bad.load(), 0);
+    EXPECT_EQ(chunksInUse(), base_);
+}
+
 TEST(PoolStack, KeepsOrderAcrossBlocks) {
     // Sizes around one block (63 values) and several.
     for (std::size_t n : {0u, 1u, 62u, 63u, 64u, 127u, 1000u}) {

@@ -1,16 +1,21 @@
 // Per-thread call stacks and traced scopes: depth, indentation, records, independence of
 // threads, and the stack an exception carries.
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <zul/base/exception.h>
 #include <zul/base/raise.h>
 #include <zul/log/log_dumper.h>
 #include <zul/log/log_tracer.h>
 
+#include <mutex>
+#include <set>
 #include <sstream>
 #include <string>
 #include <thread>
 
 #include "log/recording_logger.h"
+#include "mt/mt_test_support.h"
+#include "support/fresh_process.h"
 
 namespace {
 
@@ -137,4 +142,58 @@ TEST(Tracer, SeparatorAndDumperForm) {
     t->dump(d);
     EXPECT_EQ(d.str().rfind("@zul::tracer {\n    callStack() = @zul::CallStack {", 0), 0u)
         << d.str();
+}
+
+// Thread ids are reused: a thread that gets the id of a finished one inherits its stack,
+// which that one changed without a lock. Detached threads, each leaving its scopes after it
+// has reported, so that only the tracer itself can order those last changes before the
+// next thread's; the inherited stack must be empty.
+TEST(Tracer, ThreadsInheritingTheIdOfAFinishedOneStartEmpty) {
+    constexpr int kThreads = 200;
+    struct Shared {
+        zul_test::Counter reported;
+        std::mutex m;
+        std::set<pthread_t> ids;
+        int wrong = 0, reused = 0;
+    };
+    // Never destroyed, and not shared through a reference count, whose release would order
+    // a finished thread's last changes by itself.
+    static Shared& shared = *new Shared;
+    int const base = shared.reported.value();
+    {
+        std::lock_guard<std::mutex> g(shared.m);
+        shared.ids.clear();
+        shared.wrong = shared.reused = 0;
+    }
+    for (int i = 1; i <= kThreads; ++i) {
+        std::thread([] {
+            zul::logger& lg = zul::detail::libraryLoggerRef();  // type 0: never asked
+            size_t const inherited = depth();
+            zul::TraceEntry outer(lg, "t.cpp", 1, "outer", 0, nullptr);
+            zul::TraceEntry inner(lg, "t.cpp", 2, "inner", 0, nullptr);
+            {
+                std::lock_guard<std::mutex> g(shared.m);
+                shared.wrong += inherited != 0 || depth() != 2;
+                shared.reused += shared.ids.insert(pthread_self()).second ? 0 : 1;
+            }
+            shared.reported.add();
+        }).detach();
+        ASSERT_TRUE(shared.reported.waitFor(base + i));
+    }
+    std::lock_guard<std::mutex> g(shared.m);
+    EXPECT_EQ(shared.wrong, 0);
+    RecordProperty("reusedIds", shared.reused);
+}
+
+// A thread remembers where its stack is; destroying the tracer must make it look again.
+TEST(Tracer, StackIsFoundAgainAfterTheTracerIsDestroyed) {
+    zul_test::inFreshProcess([] {
+        zul::logger& lg = zul::detail::libraryLoggerRef();
+        { zul::TraceEntry a(lg, "a.cpp", 1, "a", 0, nullptr); }
+        zul::tracer::destroy();
+        zul::TraceEntry b(lg, "b.cpp", 2, "b", 0, nullptr);
+        std::ostringstream os;
+        zul::printTraceStack(os);
+        EXPECT_EQ(os.str(), "b(b.cpp:2)");
+    });
 }

@@ -3,6 +3,8 @@
 #include <zul/mt/sync.h>
 
 #include <chrono>
+#include <cstdlib>
+#include <ctime>
 #include <limits>
 #include <thread>
 #include <vector>
@@ -143,7 +145,8 @@ TEST(MtMonitor, TimedWaitTimesOut) {
         long long ms;
         long long atLeastMs;
     };
-    Row const rows[] = {{-5000, 0}, {0, 0}, {30, 28}, {120, 118}};
+    // Measured on the same monotonic clock as the waits: no slack below the time-out.
+    Row const rows[] = {{-5000, 0}, {0, 0}, {30, 30}, {120, 120}};
     Mon mon;
     for (Row const& row : rows) {
         SCOPED_TRACE(row.ms);
@@ -189,6 +192,34 @@ TEST(MtCondition, SignalAndTimeOutOnABoundMutex) {
     EXPECT_TRUE(cond.timedWait(zul::Time::seconds(30)));
     m.unlock();
     signaller.join();
+}
+
+// Deadlines are read on the monotonic clock, which setting the system's date does not move;
+// a wall-clock deadline would lie decades away from these readings.
+TEST(MtCondition, DeadlinesAreOnTheMonotonicClock) {
+    auto monotonicUs = [] {
+        timespec ts;
+        clock_gettime(CLOCK_MONOTONIC, &ts);
+        return ts.tv_sec * 1000000LL + ts.tv_nsec / 1000;
+    };
+    long long const huge = std::numeric_limits<long long>::max();
+    struct Row {
+        long long timeoutUs, addedUs;
+    } const rows[] = {{200000, 200000}, {1999999, 1999999}, {0, 0}, {-5000, 0}};
+    for (Row const& row : rows) {
+        SCOPED_TRACE(row.timeoutUs);
+        long long const before = monotonicUs();
+        zul::detail::MonotonicTime const at = zul::detail::deadlineAfter(zul::Time(row.timeoutUs));
+        long long const after = monotonicUs();
+        long long const us = static_cast<long long>(at.sec()) * 1000000LL + at.usec();
+        EXPECT_GE(us, before + row.addedUs);
+        EXPECT_LE(us, after + row.addedUs);
+        EXPECT_LT(at.usec(), 1000000);
+    }
+    zul::detail::MonotonicTime const far = zul::detail::deadlineAfter(zul::Time(huge));
+    EXPECT_EQ(static_cast<long long>(far.sec()), huge / 1000000LL);  // saturated
+    long long const now = zul::detail::monotonicNow().toMicroSeconds();
+    EXPECT_LE(std::llabs(now - monotonicUs()), 1000000LL);
 }
 
 }  // namespace

@@ -36,9 +36,9 @@ ZUL_API void checkerPush(void const* p, char const* file, unsigned int line, cha
 ZUL_API bool checkerPop(void const* p, char const* file, unsigned int line, char const* func);
 
 /// True while the leak checker exists and is stopped, so that a push or pop would do
-/// nothing: the helpers then skip the out-of-line call. Set only by the checker: before a
-/// new (stopped) checker is published, cleared by start(), stop() and destroy(). Read
-/// without a lock, like the checker's own started flag.
+/// nothing: the helpers then skip the out-of-line call. Written only by the checker, under
+/// its mutex: set before it is first published and by stop() and destroy(), cleared by
+/// start(). Read without a lock, like the checker's own started flag.
 ZUL_API extern std::atomic<bool> g__checkerIdle;
 
 inline bool checkerIdle() noexcept {

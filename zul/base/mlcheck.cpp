@@ -44,6 +44,16 @@ bool checkerPop(void const* p, char const* file, unsigned int line, char const* 
 
 }  // namespace detail
 
+// The checker is made once and published once; its pointer never changes afterwards and
+// the object is never freed. A helper on another thread may have read the pointer just
+// before a stop() or destroy() and call push() or pop() through it a moment later: that
+// call finds a live object, reads started_ again under the mutex and, the checker being
+// stopped, keeps nothing. stop() and destroy() therefore empty the checker in place, and
+// the next instance() is a stopped checker without records.
+//
+// started_ is written only under the mutex; push() and pop() read it once without the lock
+// (the cheap test of a stopped checker) and again under it, so no record is added to, and
+// no release is reported by, a checker that has been stopped.
 MemLeakChecker* MemLeakChecker::g__inst = nullptr;
 
 MemLeakMutex& MemLeakChecker::mtxInstance() {
@@ -64,56 +74,65 @@ MemLeakChecker*& MemLeakChecker::create_i() {
     return g__inst;
 }
 
+void MemLeakChecker::reset_i() {
+    started_.store(false, std::memory_order_relaxed);
+    dumpOn_.store(false, std::memory_order_relaxed);
+    records_.clear();
+    detail::g__checkerIdle.store(true, std::memory_order_relaxed);
+}
+
 void MemLeakChecker::destroy() {
     Lock lock(mtxInstance());
-    if (g__inst != nullptr) {
-        detail::g__checkerIdle.store(false, std::memory_order_relaxed);
-        delete g__inst;
-        __atomic_store_n(&g__inst, static_cast<MemLeakChecker*>(nullptr), __ATOMIC_RELEASE);
-    }
+    if (MemLeakChecker* c = __atomic_load_n(&g__inst, __ATOMIC_RELAXED)) c->reset_i();
+}
+
+void MemLeakChecker::start() {
+    Lock lock(mtxInstance());
+    detail::g__checkerIdle.store(false, std::memory_order_relaxed);
+    started_.store(true, std::memory_order_relaxed);
 }
 
 void MemLeakChecker::stop() {
-    started_ = false;
+    {
+        Lock lock(mtxInstance());
+        started_.store(false, std::memory_order_relaxed);
+    }
     // The report is one information record; it is built before the checker's mutex is
-    // taken, since writing a record may allocate through the helpers.
+    // taken again, since writing a record may allocate through the helpers.
     if (detail::libraryInfoOn()) {
         std::ostringstream os;
         dump(os);
         detail::writeInfoRecord(__FILE__, __LINE__, "stop", os.str());
     }
     Lock lock(mtxInstance());
-    if (g__inst == this) {
-        detail::g__checkerIdle.store(false, std::memory_order_relaxed);
-        __atomic_store_n(&g__inst, static_cast<MemLeakChecker*>(nullptr), __ATOMIC_RELEASE);
-    }
-    delete this;
+    reset_i();
 }
 
 void MemLeakChecker::push(void* p, char const* file, unsigned int line, char const* func) {
-    if (!started_) return;
+    if (!started_.load(std::memory_order_relaxed)) return;
     Current here(file, line, func);
-    if (dumpOn_) {
+    if (dumpOn_.load(std::memory_order_relaxed)) {
         std::ostringstream os;
         os << "+++ " << p << ' ' << here << '\n';
         consoleLine(os.str());
     }
     Lock lock(mtxInstance());
-    records_[p] = here;
+    if (started_.load(std::memory_order_relaxed)) records_[p] = here;
 }
 
 bool MemLeakChecker::pop(void* p, char const* file, unsigned int line, char const* func) {
     if (p == nullptr) return false;
-    if (!started_) return true;
+    if (!started_.load(std::memory_order_relaxed)) return true;
     Current here(file, line, func);
     std::string text;
     bool found;
     {
         Lock lock(mtxInstance());
+        if (!started_.load(std::memory_order_relaxed)) return true;  // stopped meanwhile
         auto it = records_.find(p);
         found = it != records_.end();
         std::ostringstream os;
-        if (dumpOn_) {
+        if (dumpOn_.load(std::memory_order_relaxed)) {
             os << "--- " << p << ' ';
             if (found)
                 os << it->second << " (" << here << ")\n";

@@ -7,6 +7,7 @@
 #include <zul/base/call_stack.h>
 #include <zul/mt/mutex.h>
 
+#include <atomic>
 #include <cstddef>
 #include <iosfwd>
 #include <map>
@@ -18,6 +19,8 @@ using MemLeakMutex = Mutex;
 
 /// Process-wide record of allocations made through the helpers of <zul/base/alloc.h>.
 /// Records are kept only between start() and stop(); the checker itself is never recorded.
+/// Its storage is never freed: stop() and destroy() empty it in place, so that a pointer
+/// another thread read earlier stays usable.
 class ZUL_API MemLeakChecker {
   public:
     /// The process-wide checker, created (stopped) on first use; never null on return.
@@ -27,17 +30,14 @@ class ZUL_API MemLeakChecker {
     }
     /// The mutex that guards the records and the instance pointer.
     static MemLeakMutex& mtxInstance();
-    /// Deletes the checker, discarding its records without a report; no-op when absent.
+    /// Discards the records without a report and stops the checker; no-op when absent.
     static void destroy();
 
     /// Starts keeping records.
-    void start() {
-        detail::g__checkerIdle.store(false, std::memory_order_relaxed);
-        started_ = true;
-    }
+    void start();
     /// Stops keeping records, writes the report as an information record when the library
-    /// logger's information switch is on, and deletes this checker; the next instance() makes
-    /// a new one. Call it only while no other thread allocates through the helpers.
+    /// logger's infoOn() is true, and discards the records: instance() then gives a stopped
+    /// checker without records.
     void stop();
     ///@{
 
@@ -81,10 +81,12 @@ class ZUL_API MemLeakChecker {
     MemLeakChecker& operator=(MemLeakChecker const&) = delete;
 
     static MemLeakChecker*& create_i();
+    /// Back to a fresh, stopped checker; the mutex must be held.
+    void reset_i();
 
     std::map<void*, Current> records_;
-    bool started_ = false;
-    bool dumpOn_ = false;
+    std::atomic<bool> started_{false};
+    std::atomic<bool> dumpOn_{false};
 
     static MemLeakChecker* g__inst;
 };

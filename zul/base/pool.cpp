@@ -8,6 +8,49 @@
 // under the global lock: the next live thread that frees into one adopts it. Emptied chunks
 // go to a bounded spare list (kPoolSpareChunks); beyond it they are unmapped.
 //
+// Why this is safe: who may touch a chunk, and when.
+//
+// 1. A chunk is always in exactly one state: owned (`owner` is a live thread's heap and
+//    `remote` is a list, the chunk is on that heap's avail or full list), orphaned (`owner`
+//    null, `remote` == kOrphaned, on the global orphan list of its class), spare (on the
+//    global spare list, header not in use) or unmapped. Every change of state happens under
+//    the global lock: mapping and reuse (newChunkLocked), release (releaseChunkLocked),
+//    orphaning by the ending owner (~HeapOwner) and adoption (releaseOrphan).
+// 2. The plain header fields (local, bump, end, prev, next, size, used, full) and the free
+//    blocks of a chunk are touched only by its owning thread while it is owned, and only
+//    under the global lock otherwise. The owner is always the thread that made the last
+//    change of state (it took the chunk from the spare list or adopted it, under the lock),
+//    and a chunk leaves its owner only through that same thread (release or orphaning,
+//    under the lock). The lock therefore orders every plain access of one owner before
+//    those of the next, and nothing else reads the plain fields.
+// 3. Any other thread touches only the atomics: `owner` (read to find the heap to hint) and
+//    `remote` (the push). It does so only while it holds a block of the chunk that it is
+//    freeing, and `used` counts that block until the owner has spliced it back, so the
+//    chunk cannot be released or reused under it: a chunk is released only at used == 0,
+//    read by its owner (or under the lock for an orphan) after all of `remote` was spliced.
+//    Once the push has succeeded the freeing thread touches the chunk no more; it may still
+//    add to the remote-free hint of the heap it read, and heaps are never freed, so a stale
+//    heap only gets a useless hint. poolRelease cannot take a foreign chunk for one of the
+//    caller's own: the caller's heap got into `owner` only by the caller's own store, or
+//    under the lock before the caller was given that heap, and the last store of `owner`
+//    came before the block was handed out, so the caller sees it.
+// 4. The push publishes the block's link with release; the owner's exchange takes the list
+//    with acquire, so it sees every link before reusing the blocks. The push fails and is
+//    retried when `remote` changed in between; a chunk orphaned in between has `remote` ==
+//    kOrphaned, so the retry takes the locked path, where the tag is read again.
+// 5. An ending thread first hands every chunk over (~HeapOwner, under the lock: it splices
+//    `remote` for the last time while swapping in the tag, then releases the empty chunks
+//    and orphans the rest), and only then marks itself ended. What it allocates or frees
+//    afterwards (later thread-local destructors) goes through the lock as an orphan's would.
+//    Its heap goes to the free list under the same lock, with every list empty, and is
+//    given to a new thread under that lock again.
+// 6. poolRelease tells a chunk block from one of the global operator new by the address
+//    bitmap. A block's chunk was marked before the block was handed out, and stays marked
+//    until the chunk is unmapped, which needs every block back; an address is marked only
+//    while it is part of our mapping, so the C library cannot hand it out meanwhile. The
+//    unmapping clears the bit before munmap returns, and the system can map those pages
+//    again only after that.
+//
 // Lock order: the global lock is the pool's only one and the innermost of the library; while
 // it is held, only mapping calls and the global operator new (for the address bitmap) run.
 #include <pthread.h>

@@ -6,6 +6,8 @@
 #include <zul/mt/thread.h>
 #include <zul/util/singleton_T.h>
 
+#include <atomic>
+#include <cstdint>
 #include <ostream>
 #include <utility>
 
@@ -23,32 +25,89 @@ void tracer::destroy() {
     Singleton_T<tracer>::destroy();
 }
 
-tracer::tracer() {
-    g__tssCallStack();
-}
-
-tracer::~tracer() {
-    Singleton_T<CallStackMap>::destroy();
-}
-
-// A thread's frames change only under the map's mutex (the thread itself reads them
-// without it). Besides keeping dumps safe, this orders the writes of a finished thread
-// before those of a later thread that inherits its id and with it the stack.
 namespace {
+
+// ---- The calling thread's stack -----------------------------------------------------------
+//
+// A thread looks its stack up in the map once, under the map's mutex, and keeps a pointer
+// to it in a thread-local slot: from then on a traced scope takes no process-wide lock. The
+// pointer stays valid because map nodes never move and only two things remove the entry:
+// destroy_current_stack(), called by the thread itself (it clears its slot), and
+// tracer::destroy(), which no thread may race with and which advances the generation that
+// every slot is checked against.
+//
+// Thread ids are reused, and a thread whose id belonged to a finished one inherits that
+// one's entry. The finished thread changed its frames without a lock, so on its way out it
+// passes once through the map's mutex (the hand-over); the new thread finds the entry under
+// the same mutex, which orders every change of the old thread before its own. Whatever the
+// ending thread still traces after its hand-over (from later thread-local destructors) goes
+// through the mutex each time.
+//
+// Reading another thread's stack (a dump of the whole map) is therefore not safe while that
+// thread traces; the tracer only ever offers the calling thread's own stack.
+
+std::atomic<std::uint64_t> g_generation{1};
+
+struct OwnStack {
+    CallStack* stack;          // this thread's entry, or null when not looked up yet
+    std::uint64_t generation;  // of the map the pointer belongs to
+    bool handedOver;           // the thread is ending: only locked access from now on
+};
+__attribute__((tls_model("initial-exec"))) thread_local OwnStack t_own{nullptr, 0, false};
+
+struct HandOver {
+    ~HandOver();
+};
+thread_local HandOver t_handOver;
+
+HandOver::~HandOver() {
+    OwnStack& own = t_own;
+    bool const live =
+        own.stack != nullptr && own.generation == g_generation.load(std::memory_order_acquire);
+    own.stack = nullptr;
+    own.handedOver = true;
+    if (!live) return;
+    // Taking and dropping the map's mutex publishes this thread's frames to the next thread
+    // that looks its id up.
+    if (CallStackMap* m = Singleton_T<CallStackMap>::existing()) m->contains(currentThreadId());
+}
+
+// The calling thread's stack without a lock, or null once the thread has handed it over.
+CallStack* ownStack() {
+    OwnStack& own = t_own;
+    std::uint64_t const generation = g_generation.load(std::memory_order_acquire);
+    if (own.stack != nullptr && own.generation == generation) return own.stack;
+    if (own.handedOver) return nullptr;
+    (void)&t_handOver;  // registers the hand-over at the end of this thread
+    own.stack = g__tssCallStack()->locked(currentThreadId(), [](CallStack& s) { return &s; });
+    own.generation = generation;
+    return own.stack;
+}
 
 template <class F>
 decltype(auto) withOwnStack(F&& f) {
+    if (CallStack* s = ownStack()) return f(*s);
     return g__tssCallStack()->locked(currentThreadId(), std::forward<F>(f));
 }
 
 }  // namespace
 
+tracer::tracer() {
+    g__tssCallStack();
+}
+
+tracer::~tracer() {
+    // Every thread's slot now points into a dead map: they all look their stack up again.
+    g_generation.fetch_add(1, std::memory_order_acq_rel);
+    Singleton_T<CallStackMap>::destroy();
+}
+
 CallStack& tracer::callStack() {
-    return g__tssCallStack()->unsafe_at(currentThreadId());
+    return withOwnStack([](CallStack& s) -> CallStack& { return s; });
 }
 
 CallStack const& tracer::callStack() const {
-    return g__tssCallStack()->unsafe_at(currentThreadId());
+    return withOwnStack([](CallStack& s) -> CallStack& { return s; });
 }
 
 void tracer::push(char const* file, unsigned int line, char const* func) {
@@ -85,6 +144,7 @@ tracer const& tracer::separator(char const* s) const {
 }
 
 void tracer::destroy_current_stack() {
+    t_own.stack = nullptr;
     g__tssCallStack()->erase(currentThreadId());
 }
 

@@ -31,6 +31,13 @@ std::string timedInfo(String const& fullname, Time const& t) {
     return fullname + "(" + t.toDuration() + ")";
 }
 
+// The monotonic reading, in microseconds, at which a time-out of `t` from now ends. Time-outs
+// run on the monotonic clock, so that setting the system's clock does not move them.
+long long monotonicDeadlineUs(Time const& t) {
+    detail::MonotonicTime const at = detail::deadlineAfter(t);  // saturated, never overflows
+    return static_cast<long long>(at.sec()) * 1000000LL + at.usec();
+}
+
 // How often join(t) looks at the thread, and its shortest time-out.
 constexpr long long kJoinPollMs = 20;
 // The pause after an exception escaped onWork(), so a failing hook cannot spin.
@@ -249,9 +256,9 @@ void SimpleThread::startAndWait(unsigned long stackSize) {
 bool SimpleThread::startAndWait(Time t, unsigned long stackSize) {
     Guard_T<Monitor<Mutex> > lock(monitor_);
     start(stackSize);
-    long long const deadline = Time::now().toMicroSeconds() + t.toMicroSeconds();
+    long long const deadline = monotonicDeadlineUs(t);
     while (!birthOver_) {
-        long long const left = deadline - Time::now().toMicroSeconds();
+        long long const left = deadline - detail::monotonicNow().toMicroSeconds();
         if (left <= 0 || !monitor_.timedWait(Time(left))) return birthOver_;
     }
     return true;
@@ -343,8 +350,8 @@ bool SimpleThread::join(Time t) {
                      timedInfo(name, t).c_str());
     Time const poll = Time::milliSeconds(kJoinPollMs);
     if (t.toMicroSeconds() < poll.toMicroSeconds()) t = poll;
-    long long const deadline = Time::now().toMicroSeconds() + t.toMicroSeconds();
-    while (Time::now().toMicroSeconds() < deadline) {
+    long long const deadline = monotonicDeadlineUs(t);
+    while (detail::monotonicNow().toMicroSeconds() < deadline) {
         if (!getThreadControl().isAlive()) {
             join();
             infoRecord(__LINE__, "join", name + " thread stopped.");

@@ -3,7 +3,8 @@
 #pragma once
 
 #include <ace/Condition_Thread_Mutex.h>
-#include <ace/Time_Value.h>
+#include <ace/Monotonic_Time_Policy.h>
+#include <ace/Time_Value_T.h>
 #include <zul/base/api.h>
 #include <zul/base/base_type_time.h>
 #include <zul/base/noncopyable.h>
@@ -11,21 +12,24 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <limits>
 
 namespace zul {
 namespace detail {
 
-/// The absolute wall-clock time `t` from now (Time::now()), normalised. Saturates instead
-/// of overflowing for huge time-outs; a time-out of 0 or less gives the present.
-inline ACE_Time_Value deadlineAfter(Time const& t) {
-    long long const nowUs = Time::now().toMicroSeconds();
-    long long const us = t.toMicroSeconds();
-    long long const maxUs = std::numeric_limits<long long>::max();
-    long long const at = us <= 0 ? nowUs : (us > maxUs - nowUs ? maxUs : nowUs + us);
-    return ACE_Time_Value(static_cast<time_t>(at / 1000000LL),
-                          static_cast<suseconds_t>(at % 1000000LL));
-}
+/// A point on the monotonic clock, the clock of every time-out: it counts from an unspecified
+/// start and is not moved when the system's date and time are set.
+using MonotonicTime = ACE_Time_Value_T<ACE_Monotonic_Time_Policy>;
+
+/// The monotonic clock now, in microseconds; only differences between two readings mean
+/// anything.
+ZUL_API Time monotonicNow();
+
+/// The monotonic time `t` from now, normalised. Saturates instead of overflowing for huge
+/// time-outs; a time-out of 0 or less gives the present.
+ZUL_API MonotonicTime deadlineAfter(Time const& t);
+
+/// Attributes of a process-private condition whose timed waits run on the monotonic clock.
+ZUL_API ACE_Condition_Attributes const& monotonicConditionAttributes();
 
 }  // namespace detail
 
@@ -37,15 +41,17 @@ class ConditionVariable : noncopyable {
   public:
     /// A failure to create the platform condition is reported on ACE's own log; the object
     /// is still built (and its waits then fail at once).
-    explicit ConditionVariable(M const& m) : cond_(m.native()) {}
+    explicit ConditionVariable(M const& m)
+        : cond_(m.native(), detail::monotonicConditionAttributes()) {}
 
     /// Waits for a signal; true when woken by one, false when the platform wait failed.
     bool wait() const { return cond_.wait() == 0; }
 
-    /// Waits at most `t` (a deadline taken from the wall clock now). True when woken by a
-    /// signal; false when the deadline passed or the platform wait failed.
+    /// Waits at most `t`, measured on the monotonic clock, so that setting the system's clock
+    /// neither shortens nor stretches the wait. True when woken by a signal; false when the
+    /// deadline passed or the platform wait failed.
     bool timedWait(Time const& t) const {
-        ACE_Time_Value const deadline = detail::deadlineAfter(t);
+        detail::MonotonicTime const deadline = detail::deadlineAfter(t);
         return cond_.wait(&deadline) == 0;
     }
 
