@@ -2,7 +2,7 @@
 // handle copy and destruction, and the singleton fast path.
 #include <benchmark/benchmark.h>
 #include <zul/mt/handle.h>
-#include <zul/mt/mutex.h>
+#include <zul/base/mutex.h>
 #include <zul/mt/shared.h>
 #include <zul/mt/sync.h>
 #include <zul/util/singleton_T.h>

@@ -23,7 +23,7 @@
 #include <zul/log/log_tracer.h>
 #include <zul/mt/handle.h>
 #include <zul/mt/map.h>
-#include <zul/mt/mutex.h>
+#include <zul/base/mutex.h>
 #include <zul/mt/shared.h>
 #include <zul/mt/sync.h>
 #include <zul/mt/thread.h>

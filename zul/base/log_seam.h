@@ -55,6 +55,10 @@ ZUL_API void writeThrownRecord(char const* file, unsigned int line, char const* 
 /// Asks the library logger to flush.
 ZUL_API void flushLibraryLog() noexcept;
 
+/// Prints `line` on the console (opening it on first use; straight to standard output while
+/// this thread is creating it). For the leak checker's notices; never throws.
+ZUL_API void writeConsoleLine(std::string const& line) noexcept;
+
 /// While one is open on a thread, that thread's library records are held back and delivered
 /// when the outermost one closes (see the top of this file). Scopes nest; destruction
 /// never throws.

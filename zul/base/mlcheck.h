@@ -5,7 +5,7 @@
 #include <zul/base/alloc.h>
 #include <zul/base/api.h>
 #include <zul/base/call_stack.h>
-#include <zul/mt/mutex.h>
+#include <zul/base/mutex.h>
 
 #include <atomic>
 #include <cstddef>

@@ -56,7 +56,7 @@
 #include <pthread.h>
 #include <sys/mman.h>
 #include <zul/base/pool.h>
-#include <zul/mt/mutex.h>
+#include <zul/base/mutex.h>
 
 #include <atomic>
 #include <cstdint>

@@ -6,7 +6,7 @@
 #include <zul/base/base_type_string.h>
 #include <zul/base/base_type_wstring.h>
 #include <zul/mt/handle.h>
-#include <zul/mt/mutex.h>
+#include <zul/base/mutex.h>
 #include <zul/mt/thread.h>
 
 #include <iosfwd>

@@ -1,6 +1,7 @@
 // The library's record seam (declared in zul/base/log_seam.h): every record of the library's
 // own modules passes through here on its way to the "ZUL" logger.
 #include <zul/base/log_seam.h>
+#include <zul/log/console.h>
 #include <zul/log/log_factory.h>
 #include <zul/log/log_logger.h>
 
@@ -113,6 +114,14 @@ void writeThrownRecord(char const* file, unsigned int line, char const* func,
                        std::string const& msg) noexcept {
     if (logger* lg = recordSink())
         guarded([&] { exceptionThrown(*lg, file, line, func, msg.c_str()); });
+}
+
+void writeConsoleLine(std::string const& line) noexcept {
+    try {
+        console::print(String(line));
+    } catch (...) {
+        // Printing a notice never throws on its caller's account.
+    }
 }
 
 void flushLibraryLog() noexcept {

@@ -2,7 +2,7 @@
 // the owning thread (the thread registry, the call stacks) and the loggers.
 #pragma once
 
-#include <zul/mt/mutex.h>
+#include <zul/base/mutex.h>
 
 #include <cstddef>
 #include <map>

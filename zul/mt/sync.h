@@ -8,7 +8,7 @@
 #include <zul/base/api.h>
 #include <zul/base/base_type_time.h>
 #include <zul/base/noncopyable.h>
-#include <zul/mt/mutex.h>
+#include <zul/base/mutex.h>
 
 #include <cerrno>
 #include <cstdint>

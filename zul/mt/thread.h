@@ -7,7 +7,7 @@
 #include <zul/base/base_type_time.h>
 #include <zul/mt/handle.h>
 #include <zul/mt/map.h>
-#include <zul/mt/mutex.h>
+#include <zul/base/mutex.h>
 #include <zul/mt/shared.h>
 #include <zul/mt/sync.h>
 #include <zul/mt/thread_id.h>

@@ -1,6 +1,6 @@
 // zul::Mutex: construction and destruction of the platform mutex, kept out of line so that
 // every user shares the one definition in the library.
-#include <zul/mt/mutex.h>
+#include <zul/base/mutex.h>
 
 namespace zul {
 
